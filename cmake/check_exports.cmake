@@ -1,0 +1,26 @@
+# cmake -DOBJDUMP=... -DDLL=... -DEXPORTS=a,b,c -P check_exports.cmake
+# Fails unless DLL exports exactly these names and starts on a machine that has nothing but Windows and OpenCV's DLL.
+execute_process(COMMAND ${OBJDUMP} -p ${DLL} OUTPUT_VARIABLE dump RESULT_VARIABLE failed)
+if(failed)
+  message(FATAL_ERROR "objdump: ${failed}")
+endif()
+
+string(REGEX MATCH "\\[Ordinal/Name Pointer\\] Table.*" table "${dump}")
+string(REGEX REPLACE "\n\n.*" "" table "${table}")
+string(REGEX MATCHALL "\\[ *[0-9]+\\] [^\n]+" names "${table}")
+list(TRANSFORM names REPLACE "^\\[ *[0-9]+\\] " "")
+string(REPLACE "," ";" expected "${EXPORTS}")
+list(SORT names)
+list(SORT expected)
+if(NOT "${names}" STREQUAL "${expected}")
+  message(FATAL_ERROR "exports are: ${names}")
+endif()
+
+string(REGEX MATCHALL "DLL Name: [^\n\r]+" needed "${dump}")
+list(TRANSFORM needed REPLACE "DLL Name: " "")
+foreach(dll IN LISTS needed)
+  if(NOT dll MATCHES "^(KERNEL32|msvcrt|libopencv_core[0-9]+)\\.dll$")
+    message(FATAL_ERROR "needs ${dll}; all imports: ${needed}")
+  endif()
+endforeach()
+message(STATUS "exports: ${names}; imports: ${needed}")

@@ -1,0 +1,82 @@
+// The two worker threads of a backend and their hand-off, the same for all backends.
+#pragma once
+
+#include <pthread.h>
+
+#include <condition_variable>
+#include <mutex>
+#include <type_traits>
+
+namespace brantel {
+
+/// A call to be made on a worker. Refers to its callable, which must outlive the job. A callable that returns
+/// bool fails with false.
+struct Job {
+    bool (*run)(void*) = nullptr;
+    void* context = nullptr;
+
+    template <class F>
+    static Job of(F& callable) {
+        return {[](void* context) {
+                    F& call = *static_cast<F*>(context);
+                    if constexpr (std::is_void_v<decltype(call())>) {
+                        call();
+                        return true;
+                    } else {
+                        return call();
+                    }
+                },
+                &callable};
+    }
+};
+
+/// One thread that sleeps until a job is handed to it.
+class Worker {
+  public:
+    /// Starts the thread unless it runs already, also in place of one that has ended. onStart is called first
+    /// thing on the new thread; may be null.
+    bool start(void (*onStart)());
+    /// Hands over a job. False when no thread runs: nobody may wait for a job that nobody does.
+    bool request(Job job);
+    /// Waits until the job is done. False when it failed or ended in an exception (which has been logged).
+    bool wait();
+    /// The thread finishes its job, if any, and ends. A job may call it to end its own thread.
+    void clearRunFlag();
+    /// Joins the thread; false when there is none.
+    bool join();
+
+  private:
+    static void* threadBody(void* self);
+    void loop();
+
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    pthread_t thread_{};
+    void (*onStart_)() = nullptr;
+    Job job_;
+    bool started_ = false;  // there is a thread to join
+    bool ended_ = false;    // it has left its loop
+    bool run_ = false;
+    bool requested_ = false;
+    bool failed_ = false;
+};
+
+/// The template-model worker (previous frame) and the search-match worker (current frame).
+struct WorkerPair {
+    Worker model;
+    Worker match;
+
+    /// Raises both requests, the model's first. False when one of the threads does not run.
+    bool begin(Job modelJob, Job matchJob);
+    /// Waits for both, the model first. What the jobs wrote is visible afterwards.
+    bool wait();
+    /// True when the last jobs were not begun or did not come to their end.
+    bool broke() const { return broke_; }
+    /// Clears both run flags; a job in progress is finished, then the threads end.
+    void clearRunFlags();
+
+  private:
+    bool broke_ = false;
+};
+
+}  // namespace brantel

@@ -1,0 +1,73 @@
+#include "cpu/feature_job.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+#include "compose/regions.h"
+#include "cpu/image_ops.h"
+#include "registration/register_frames.h"
+
+namespace brantel {
+
+namespace {
+
+/// |shift|, at most length.
+std::int32_t magnitude(std::int32_t shift, std::int32_t length) {
+    return static_cast<std::int32_t>(std::min<std::int64_t>(std::llabs(shift), length));
+}
+
+void detectInOverlap(FeatureSide& side, const std::uint8_t* grey, std::int32_t rows, std::int32_t cols,
+                     const ExpectedShift& expected, const CornerTuning& tuning) {
+    const ExpectedOverlap part = expectedOverlap(side.role, expected, rows, cols);
+    side.crop.ensure(std::int64_t{rows} * cols);
+    ImageDesc crop{0, 1, part.rowEnd - part.rowStart, part.colEnd - part.colStart};
+    cropImageRegion(grey, {part.rowStart, part.rowEnd, part.colStart, part.colEnd}, rows, cols, 1, &crop,
+                    side.crop.data());
+    findHarrisCornerCoordianteFun(side.crop.data(), crop, tuning, side.images, side.features.corners);
+    for (CornerPoint& corner : side.features.corners) {
+        corner.x += part.colStart;
+        corner.y += part.rowStart;
+    }
+}
+
+}  // namespace
+
+ExpectedOverlap expectedOverlap(FrameRole role, const ExpectedShift& shift, std::int32_t rows,
+                                std::int32_t cols) {
+    const std::int32_t dx = magnitude(shift.x, cols);
+    const std::int32_t dy = magnitude(shift.y, rows);
+    const bool previous = role == FrameRole::previous;
+    const bool rightColumns = (shift.x >= 0) == previous;
+    const bool bottomRows = ((shift.x < 0) == (shift.y < 0)) == previous;
+    return {bottomRows ? dy : 0, bottomRows ? rows : rows - dy, rightColumns ? dx : 0,
+            rightColumns ? cols : cols - dx};
+}
+
+void makeGrey(const std::uint8_t* frame, const ImageDesc& record, Buffer<std::uint8_t>& grey) {
+    grey.ensure(record.pixels() + record.cols);
+    if (record.channels == 3) {
+        rgb2gray(frame, record.rows, record.cols, grey.data());
+    } else {
+        std::memcpy(grey.data(), frame, static_cast<std::size_t>(record.pixels()));
+    }
+    std::memset(grey.data() + record.pixels(), 0, static_cast<std::size_t>(record.cols));
+}
+
+void describeGrey(FeatureSide& side, const std::uint8_t* grey, std::int32_t rows, std::int32_t cols,
+                  const ExpectedShift& expected, const CornerTuning& tuning) {
+    if (expected.use) {
+        detectInOverlap(side, grey, rows, cols, expected, tuning);
+    } else {
+        findHarrisCornerCoordianteFun(grey, {0, 1, rows, cols}, tuning, side.images, side.features.corners);
+    }
+    describeCorners(side.features, grey, rows, cols, side.scratch);
+}
+
+void runFeatureJob(FeatureSide& side, const std::uint8_t* frame, const ImageDesc& record,
+                   const ExpectedShift& expected, const CornerTuning& tuning) {
+    makeGrey(frame, record, side.grey);
+    describeGrey(side, side.grey.data(), record.rows, record.cols, expected, tuning);
+}
+
+}  // namespace brantel

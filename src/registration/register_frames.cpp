@@ -1,0 +1,36 @@
+#include "registration/register_frames.h"
+
+#include <algorithm>
+
+#include "common/log.h"
+#include "common/tuning.h"
+#include "registration/descriptors.h"
+
+namespace brantel {
+
+void describeCorners(FrameFeatures& features, const std::uint8_t* grey, std::int32_t rows, std::int32_t cols,
+                     std::vector<std::uint16_t>& scratch) {
+    const auto count = static_cast<std::int64_t>(features.corners.size());
+    features.descriptors.ensure(std::max<std::int64_t>(count, 1) * descriptorLength);
+    scratch.assign(descriptorLength, 0);
+    features.consumed = features.corners;
+    buildCornerDescriptors(grey, rows, cols, descriptorLength, descriptorWindow, features.consumed,
+                           scratch.data(), features.descriptors.data());
+}
+
+bool registerFrames(WorkerPair& workers, Job modelJob, Job matchJob, FrameFeatures& previous,
+                    FrameFeatures& current, std::int32_t rows, std::int32_t cols, StitchFlags& record,
+                    EstimationScratch& scratch, bool previousIsKnown) {
+    if (!previousIsKnown) previous.corners.clear();
+    current.corners.clear();
+    streamLine("imageMosaicFun in");
+    if (!workers.begin(modelJob, matchJob) || !workers.wait()) return false;
+    Offset offset{record.offset.x, record.offset.y};
+    if (!estimateOffset(previous, current, rows, cols, {&offset, &record.matchCount}, scratch, &workers))
+        return false;
+    record.offset.x = offset.x;
+    record.offset.y = offset.y;
+    return true;
+}
+
+}  // namespace brantel

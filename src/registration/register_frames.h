@@ -1,0 +1,24 @@
+// The hand-off of a frame pair to the workers and the estimation of its offset, the same for all backends.
+#pragma once
+
+#include <brantel/brantel.h>
+
+#include "common/worker_pair.h"
+#include "registration/consensus.h"
+
+namespace brantel {
+
+/// The end of a worker's job: describes the corners that it found in a grey frame (rows x cols and a zeroed
+/// row behind it). scratch is the descriptor builder's.
+void describeCorners(FrameFeatures& features, const std::uint8_t* grey, std::int32_t rows, std::int32_t cols,
+                     std::vector<std::uint16_t>& scratch);
+
+/// Empties both corner lists (their storage stays; a previous frame whose features are known keeps its own),
+/// hands the jobs to the workers, waits for both, and estimates the offset from the features they leave.
+/// Writes offset and match count into the record as estimateOffset does; the workers lend a hand there too.
+/// False when a worker does not run, a job failed or the frames cannot be registered.
+bool registerFrames(WorkerPair& workers, Job modelJob, Job matchJob, FrameFeatures& previous,
+                    FrameFeatures& current, std::int32_t rows, std::int32_t cols, StitchFlags& record,
+                    EstimationScratch& scratch, bool previousIsKnown = false);
+
+}  // namespace brantel

@@ -1,0 +1,80 @@
+#include "simd/level.h"
+
+#include <atomic>
+#include <cstdlib>
+#include <cstring>
+
+#include "platform/platform.h"
+
+namespace brantel::simd {
+
+namespace {
+
+constexpr Level allLevels[] = {Level::baseline, Level::avx2, Level::avx512};
+
+bool supported(Level level) {
+    if (level == Level::baseline) return true;
+    return level == Level::avx2 ? platform::processorHasAvx2() : platform::processorHasAvx512();
+}
+
+Level startingLevel() {
+    Level highest = Level::baseline;
+    const char* wanted = std::getenv("BRANTEL_INSTRUCTIONS");
+    for (const Level level : allLevels) {
+        if (!supported(level)) continue;
+        highest = level;
+        if (wanted != nullptr && std::strcmp(wanted, nameOf(level)) == 0) break;
+    }
+    return highest;
+}
+
+std::atomic<Level>& level() {
+    static std::atomic<Level> active{startingLevel()};
+    return active;
+}
+
+}  // namespace
+
+std::vector<Level> supportedLevels() {
+    std::vector<Level> levels;
+    for (const Level level : allLevels)
+        if (supported(level)) levels.push_back(level);
+    return levels;
+}
+
+const char* nameOf(Level level) {
+    if (level == Level::avx512) return "avx512";
+    return level == Level::avx2 ? "avx2" : "baseline";
+}
+
+Level activeLevel() {
+    return level();
+}
+
+void forceLevel(Level wanted) {
+    if (supported(wanted)) level() = wanted;
+}
+
+const Kernels& kernels() {
+    switch (level().load(std::memory_order_relaxed)) {
+        case Level::avx512:
+            return avx512::table();
+        case Level::avx2:
+            return avx2::table();
+        default:
+            return baseline::table();
+    }
+}
+
+const SeamKernels& seamKernels() {
+    switch (level().load(std::memory_order_relaxed)) {
+        case Level::avx512:
+            return avx512::seamTable();
+        case Level::avx2:
+            return avx2::seamTable();
+        default:
+            return baseline::seamTable();
+    }
+}
+
+}  // namespace brantel::simd

@@ -1,0 +1,315 @@
+// The inner loops as plain C++, compiled once per instruction level (BRANTEL_LEVEL names it) for the compiler
+// to vectorise. Nothing here may call inline functions of other headers: the linker could pick this level's
+// copy for all.
+#include "simd/kernels.h"
+
+#include <cstring>
+
+#if defined(__BMI2__)
+#include <immintrin.h>
+#endif
+
+namespace brantel::simd::BRANTEL_LEVEL {
+
+namespace {
+
+using std::int16_t;
+using std::int32_t;
+using std::int64_t;
+using std::uint16_t;
+using std::uint32_t;
+using std::uint64_t;
+using std::uint8_t;
+
+inline uint32_t greyOf(uint32_t blue, uint32_t green, uint32_t red) {
+    // x / 1000 == ((x >> 3) * 33555) >> 22 for every sum that can occur
+    return (((blue * 114U + green * 587U + red * 299U + 500U) >> 3U) * 33555U) >> 22U;
+}
+
+void greyRow(const uint8_t* bgr, int64_t pixels, uint8_t* __restrict grey) {
+    for (int64_t i = 0; i < pixels; ++i)
+        grey[i] = static_cast<uint8_t>(greyOf(bgr[3 * i], bgr[3 * i + 1], bgr[3 * i + 2]));
+}
+
+void halveRow(const uint8_t* row, int64_t outPixels, uint8_t* __restrict out) {
+    for (int64_t i = 0; i < outPixels; ++i) out[i] = row[2 * i];
+}
+
+void gradientRow(const uint8_t* above, const uint8_t* at, const uint8_t* below, int64_t first, int64_t last,
+                 float* __restrict xx, float* __restrict yy, float* __restrict xy) {
+    for (int64_t c = first; c < last; ++c) {
+        const auto gy = static_cast<int16_t>(2 * (below[c] - above[c]) + below[c - 1] + below[c + 1] -
+                                             above[c - 1] - above[c + 1]);
+        const auto gx = static_cast<int16_t>(2 * (at[c + 1] - at[c - 1]) + above[c + 1] + below[c + 1] -
+                                             above[c - 1] - below[c - 1]);
+        const auto ax = static_cast<float>((gx < 0 ? -gx : gx) >> 2);
+        const auto ay = static_cast<float>((gy < 0 ? -gy : gy) >> 2);
+        xx[c] = ax * ax;  // whole numbers below 2^16: exact in float
+        yy[c] = ay * ay;
+        xy[c] = ax * ay;
+    }
+}
+
+void filterColumns(const RowWindow& window, const float* kernel, int64_t first, int64_t last,
+                   float* __restrict out) {
+    const float k0 = kernel[0], k1 = kernel[1], k2 = kernel[2], k3 = kernel[3], k4 = kernel[4];
+    const float *a = window.rows[0], *b = window.rows[1], *c = window.rows[2], *d = window.rows[3],
+                *e = window.rows[4];
+    for (int64_t x = first; x < last; ++x) out[x] = k0 * a[x] + k1 * b[x] + k2 * c[x] + k3 * d[x] + k4 * e[x];
+}
+
+void responseRow(const ProductRows& filtered, const float* kernel, float k, int64_t first, int64_t last,
+                 float* __restrict response) {
+    const float k0 = kernel[0], k1 = kernel[1], k2 = kernel[2], k3 = kernel[3], k4 = kernel[4];
+    const float* p = filtered.xx;
+    const float* q = filtered.yy;
+    const float* s = filtered.xy;
+    for (int64_t x = first; x < last; ++x) {
+        const float a = k0 * p[x - 2] + k1 * p[x - 1] + k2 * p[x] + k3 * p[x + 1] + k4 * p[x + 2];
+        const float b = k0 * q[x - 2] + k1 * q[x - 1] + k2 * q[x] + k3 * q[x + 1] + k4 * q[x + 2];
+        const float c = k0 * s[x - 2] + k1 * s[x - 1] + k2 * s[x] + k3 * s[x + 1] + k4 * s[x + 2];
+        const float trace = a + b;
+        const float value = a * b - c * c - trace * k * trace;
+        response[x] = value > 0.0F ? value : 0.0F;
+    }
+}
+
+/// Bit i is byte i, which is 0 or 1.
+inline uint64_t bits64(const uint8_t* bytes) {
+    uint64_t bits = 0;
+    for (int32_t k = 0; k < 8; ++k) {
+        uint64_t word = 0;
+        std::memcpy(&word, bytes + 8 * k, sizeof word);  // x86 is little-endian
+        // gathers the lowest bit of each byte in the top byte
+        bits |= ((word * 0x0102040810204080ULL) >> 56U) << (8 * k);
+    }
+    return bits;
+}
+
+/// A tie goes up where the running parity is odd, and leaves an even sum: what counts is the parity since the
+/// tie before it.
+#if defined(__BMI2__)
+inline int64_t tiesUp(uint64_t running, uint64_t ties) {
+    const uint64_t atTies = _pext_u64(running, ties);
+    const uint64_t up = atTies ^ (atTies << 1U);
+    return static_cast<int64_t>(_mm_popcnt_u64(up & _pext_u64(ties, ties)));
+}
+#else
+inline int64_t tiesUp(uint64_t running, uint64_t ties) {
+    int64_t up = 0;
+    int64_t before = 0;
+    for (; ties != 0; ties &= ties - 1U) {
+        const int64_t parity = (running & ties & (0U - ties)) != 0 ? 1 : 0;  // at the lowest tie
+        up += parity ^ before;
+        before = parity;
+    }
+    return up;
+}
+#endif
+
+inline float larger(float a, float b) {
+    return a > b ? a : b;
+}
+
+int64_t maximaInRow(const float* above, const float* at, const float* below, float threshold, int64_t first,
+                    int64_t last, int32_t* columns) {
+    constexpr int64_t block = 64;
+    int64_t found = 0;
+    for (int64_t start = first; start < last; start += block) {
+        const int64_t count = last - start < block ? last - start : block;
+        uint8_t isMaximum[block];
+        int32_t any = 0;
+        for (int64_t i = 0; i < count; ++i) {
+            const int64_t x = start + i;
+            const float rowAbove = larger(larger(above[x - 1], above[x]), above[x + 1]);
+            const float rowBelow = larger(larger(below[x - 1], below[x]), below[x + 1]);
+            const float around = larger(larger(at[x - 1], at[x + 1]), larger(rowAbove, rowBelow));
+            const int32_t here = (at[x] > threshold) & (at[x] >= around);
+            isMaximum[i] = static_cast<uint8_t>(here);
+            any |= here;
+        }
+        if (any == 0) continue;
+        for (int64_t i = 0; i < count; ++i) {
+            columns[found] = static_cast<int32_t>(start + i);
+            found += isMaximum[i];
+        }
+    }
+    return found;
+}
+
+inline uint32_t sumOfSquares(const uint16_t* a, const uint16_t* b, int32_t length) {
+    uint32_t sum = 0;
+    for (int32_t k = 0; k < length; ++k) {
+        const auto difference = static_cast<int16_t>(a[k] - b[k]);
+        sum += static_cast<uint32_t>(difference * difference);
+    }
+    return sum;
+}
+
+int64_t squaredDistance(const uint16_t* a, const uint16_t* b, int32_t length, int64_t limit) {
+    constexpr int32_t chunk = 96;  // 96 * 6400 * 6400 still fits 32 bits
+    int64_t sum = 0;
+    for (; length >= chunk; length -= chunk, a += chunk, b += chunk) {
+        sum += sumOfSquares(a, b, chunk);
+        if (sum > limit) return sum;
+    }
+    return sum + sumOfSquares(a, b, length);
+}
+
+int64_t countInliers(const float* previousX, const float* previousY, const float* currentX,
+                     const float* currentY, int64_t pairs, float dx, float dy) {
+    int32_t inliers = 0;
+    for (int64_t m = 0; m < pairs; ++m) {
+        const float ex = (currentX[m] + dx) - previousX[m];
+        const float ey = (currentY[m] + dy) - previousY[m];
+        inliers += 4.0F > __builtin_sqrtf(ex * ex + ey * ey) ? 1 : 0;
+    }
+    return inliers;
+}
+
+void smooth5(const uint8_t* const taps[5], const float* kernel, int64_t count, uint8_t* __restrict out) {
+    const float k0 = kernel[0], k1 = kernel[1], k2 = kernel[2], k3 = kernel[3], k4 = kernel[4];
+    const uint8_t *a = taps[0], *b = taps[1], *middle = taps[2], *d = taps[3], *e = taps[4];
+    for (int64_t i = 0; i < count; ++i) {
+        const float sum = k0 * static_cast<float>(a[i]) + k1 * static_cast<float>(b[i]) +
+                          k2 * static_cast<float>(middle[i]) + k3 * static_cast<float>(d[i]) +
+                          k4 * static_cast<float>(e[i]);
+        out[i] = static_cast<uint8_t>(static_cast<int32_t>(sum));
+    }
+}
+
+int64_t absoluteDifferences(const uint8_t* a, const uint8_t* b, int64_t count) {
+    constexpr int64_t block = int64_t{1} << 20;
+    int64_t sum = 0;
+    for (int64_t start = 0; start < count; start += block) {
+        const int64_t end = count - start < block ? count : start + block;
+        uint32_t part = 0;
+        for (int64_t i = start; i < end; ++i)
+            part += static_cast<uint32_t>(a[i] > b[i] ? a[i] - b[i] : b[i] - a[i]);
+        sum += part;
+    }
+    return sum;
+}
+
+int64_t roundedSteps(const uint8_t* bytes, int32_t spacingBits, int64_t parity) {
+    // Everything stays in bytes, 64 lanes at once: a spacing of 256 leaves no bit of the quotient in them.
+    const auto half = static_cast<uint8_t>(1 << (spacingBits - 1));
+    const auto rest = static_cast<uint8_t>((1 << spacingBits) - 1);
+    const auto lowest = static_cast<uint8_t>(1 << spacingBits);  // of the quotient
+    uint8_t odd[64];  // the quotient, or for a tie the smaller one, is odd
+    uint8_t tie[64];
+    int32_t multiples = 0;
+    int32_t roundedUp = 0;
+    for (int64_t i = 0; i < 64; ++i) {
+        const uint8_t remainder = bytes[i] & rest;
+        const uint8_t up = remainder > half ? 1 : 0;
+        const uint8_t oddQuotient = (bytes[i] & lowest) != 0 ? 1 : 0;
+        multiples += bytes[i] - remainder;
+        roundedUp += up;
+        odd[i] = oddQuotient ^ up;
+        tie[i] = remainder == half ? 1 : 0;
+    }
+    const int32_t steps = (multiples >> spacingBits) + roundedUp;
+    uint64_t running = bits64(odd);  // bit i: parity of the sum behind byte i, ties left aside
+    for (int32_t shift = 1; shift < 64; shift *= 2) running ^= running << shift;
+    if (parity != 0) running = ~running;
+    return steps + tiesUp(running, bits64(tie));
+}
+
+struct Extremes {
+    uint8_t least;
+    uint8_t greatest;
+};
+
+inline Extremes extremesOf(const uint8_t* bytes, int64_t count) {
+    uint8_t least = 255;
+    uint8_t greatest = 0;
+    for (int64_t i = 0; i < count; ++i) {
+        least = bytes[i] < least ? bytes[i] : least;
+        greatest = bytes[i] > greatest ? bytes[i] : greatest;
+    }
+    return {least, greatest};
+}
+
+/// The grey value is 0 exactly when the weighted sum stays below one half.
+uint8_t occupiedPixels(const uint8_t* bgr, int64_t pixels, uint8_t* __restrict occupied) {
+    uint8_t all = 255;
+    for (int64_t i = 0; i < pixels; ++i) {
+        const uint32_t sum = bgr[3 * i] * 114U + bgr[3 * i + 1] * 587U + bgr[3 * i + 2] * 299U;
+        occupied[i] = sum >= 500U ? 255 : 0;
+        all &= occupied[i];
+    }
+    return all;
+}
+
+bool occupancyRow(const uint8_t* row, int64_t pixels, int32_t channels, uint8_t* __restrict occupied) {
+    uint8_t all = 255;
+    if (channels == 1) {
+        for (int64_t i = 0; i < pixels; ++i) {
+            occupied[i] = row[i] != 0 ? 255 : 0;
+            all &= occupied[i];
+        }
+        return all == 0;
+    }
+    constexpr int64_t block = 64;
+    int64_t start = 0;
+    for (; start + block <= pixels; start += block) {
+        // Most stretches have no sample that is 0, or nothing else.
+        const Extremes samples = extremesOf(row + 3 * start, 3 * block);
+        if (samples.least > 0 || samples.greatest == 0) {
+            const uint8_t value = samples.least > 0 ? 255 : 0;
+            for (int64_t i = 0; i < block; ++i) occupied[start + i] = value;
+            all &= value;
+        } else {
+            all &= occupiedPixels(row + 3 * start, block, occupied + start);
+        }
+    }
+    all &= occupiedPixels(row + 3 * start, pixels - start, occupied + start);
+    return all == 0;
+}
+
+void fusePixels(const uint8_t* frame, const uint8_t* weights, int64_t pixels, uint8_t* __restrict canvas) {
+    uint8_t spread[3 * 64];
+    for (int64_t i = 0; i < pixels; ++i) spread[3 * i] = spread[3 * i + 1] = spread[3 * i + 2] = weights[i];
+    for (int64_t i = 0; i < 3 * pixels; ++i) {
+        // x / 255 == (x * 32897) >> 23 for 16-bit x
+        // spread is filled up to 3 * pixels above, which the analyzer cannot follow.
+        // NOLINTNEXTLINE(clang-analyzer-core.UndefinedBinaryOperatorResult)
+        const auto sum = static_cast<uint16_t>(canvas[i] * spread[i] + (255 - spread[i]) * frame[i]);
+        canvas[i] = static_cast<uint8_t>((uint32_t{sum} * 32897U) >> 23U);
+    }
+}
+
+void fuseRow(const uint8_t* frame, const uint8_t* weights, int64_t pixels, int32_t channels,
+             uint8_t* __restrict canvas) {
+    if (channels == 1) {
+        for (int64_t i = 0; i < pixels; ++i) {
+            const auto sum = static_cast<uint16_t>(canvas[i] * weights[i] + (255 - weights[i]) * frame[i]);
+            canvas[i] = static_cast<uint8_t>(sum >> 8);
+        }
+        return;
+    }
+    constexpr int64_t block = 64;
+    int64_t start = 0;
+    for (; start + block <= pixels; start += block) {
+        const Extremes range = extremesOf(weights + start, block);
+        if (range.greatest == 0) {  // nothing but the frame
+            for (int64_t i = 3 * start; i < 3 * (start + block); ++i) canvas[i] = frame[i];
+        } else if (range.least < 255) {
+            fusePixels(frame + 3 * start, weights + start, block, canvas + 3 * start);
+        }
+    }
+    fusePixels(frame + 3 * start, weights + start, pixels - start, canvas + 3 * start);
+}
+
+}  // namespace
+
+const Kernels& table() {
+    static const Kernels kernels = {
+        greyRow,      halveRow,        gradientRow,  filterColumns, responseRow,
+        maximaInRow,  squaredDistance, countInliers, smooth5,       absoluteDifferences,
+        roundedSteps, occupancyRow,    fuseRow};
+    return kernels;
+}
+
+}  // namespace brantel::simd::BRANTEL_LEVEL
