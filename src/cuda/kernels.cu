@@ -1,0 +1,2 @@
+#include "gpu/kernels.h"
+#include "gpu/kernels.inc"
