@@ -1,0 +1,26 @@
+// What every picture library leaves to do: names of formats and files that break off.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <initializer_list>
+#include <opencv2/core/types.hpp>
+#include <string>
+#include <vector>
+
+#include "files.h"
+
+namespace host {
+
+/// ".png" for "a/B.PNG".
+std::string extensionOf(const std::filesystem::path& path);
+
+bool isOneOf(const std::string& extension, std::initializer_list<const char*> names);
+
+/// True for a JPEG whose end is missing.
+bool breaksOff(const std::vector<std::uint8_t>& bytes);
+
+/// A picture that the format of path cannot hold.
+OutputError tooLargeFor(const std::filesystem::path& path, cv::Size size);
+
+}  // namespace host

@@ -1,0 +1,29 @@
+// The line that shows on a terminal how far a run has got.
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdio>
+#include <opencv2/core/types.hpp>
+
+namespace host {
+
+class Progress {
+  public:
+    /// Shows nothing when not wanted or when the stream is no terminal.
+    Progress(std::FILE* stream, bool wanted);
+
+    /// @param total  0 when it is not known
+    void show(std::size_t done, std::size_t total, std::size_t placed, cv::Size canvas);
+
+    /// Clears the line for other output.
+    void clear();
+
+  private:
+    std::FILE* stream_;
+    bool active_;
+    std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
+    std::chrono::steady_clock::time_point shown_{};
+};
+
+}  // namespace host

@@ -1,0 +1,30 @@
+// What every program's main() does.
+#pragma once
+
+#include <cstdio>
+#include <exception>
+#include <opencv2/core/utils/logger.hpp>
+
+#include "files.h"
+#include "platform.h"
+
+namespace host {
+
+/// Calls body(argc, argv) with the command line as UTF-8 and returns its exit code. What it throws becomes a
+/// line on standard error and an exit code: 2 for an unusable input, else 1.
+template <class Body>
+int runProgram(const char* name, int argc, char** argv, Body&& body) noexcept {
+    try {
+        cv::utils::logging::setLogLevel(cv::utils::logging::LOG_LEVEL_SILENT);  // errors are told here
+        Arguments arguments(argc, argv);
+        return body(arguments.count(), arguments.values());
+    } catch (const InputError& error) {
+        std::fprintf(stderr, "%s: %s\n", name, error.what());
+        return 2;
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "%s: %s\n", name, error.what());
+        return 1;
+    }
+}
+
+}  // namespace host
