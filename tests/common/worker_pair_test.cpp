@@ -1,0 +1,249 @@
+// The hand-off between a host and its two workers: nobody waits for what nobody does.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <stdexcept>
+#include <thread>
+
+#include "common/crew.h"
+#include "common/worker_pair.h"
+#include "support/lines.h"
+
+namespace brantel {
+namespace {
+
+using test::Lines;
+
+void pause() {
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+}
+
+class Workers : public testing::Test {
+  protected:
+    WorkerPair pair;
+
+    void SetUp() override {
+        ASSERT_TRUE(pair.model.start(nullptr));
+        ASSERT_TRUE(pair.match.start(nullptr));
+    }
+    void TearDown() override {
+        pair.clearRunFlags();
+        pair.model.join();
+        pair.match.join();
+    }
+};
+
+std::atomic<int> starts{0};
+void countStart() {
+    ++starts;
+}
+
+TEST(Worker, RunsOnStartOnItsOwnThreadBeforeAnyJob) {
+    starts = 0;
+    Worker worker;
+    ASSERT_TRUE(worker.start(countStart));
+    int seen = -1;
+    auto job = [&] { seen = starts; };
+    ASSERT_TRUE(worker.request(Job::of(job)));
+    EXPECT_TRUE(worker.wait());
+    EXPECT_EQ(seen, 1);
+    worker.clearRunFlag();
+    EXPECT_TRUE(worker.join());
+}
+
+TEST(Worker, StartingARunningWorkerStartsNoSecondThread) {
+    starts = 0;
+    Worker worker;
+    for (int i = 0; i < 5; ++i) EXPECT_TRUE(worker.start(countStart));
+    auto job = [] {};
+    ASSERT_TRUE(worker.request(Job::of(job)));
+    EXPECT_TRUE(worker.wait());
+    worker.clearRunFlag();
+    EXPECT_TRUE(worker.join());
+    EXPECT_EQ(starts, 1);
+    EXPECT_FALSE(worker.join()) << "one thread was there to join";
+}
+
+TEST(Worker, JoiningTwiceOrWithoutAThreadFails) {
+    Worker worker;
+    EXPECT_FALSE(worker.join());
+    ASSERT_TRUE(worker.start(nullptr));
+    worker.clearRunFlag();
+    EXPECT_TRUE(worker.join());
+    EXPECT_FALSE(worker.join());
+}
+
+TEST(Worker, StopsRightAfterItsStart) {
+    for (int i = 0; i < 200; ++i) {
+        Worker worker;
+        ASSERT_TRUE(worker.start(nullptr));
+        worker.clearRunFlag();
+        ASSERT_TRUE(worker.join());
+    }
+}
+
+TEST(Worker, StartsAgainAfterItsEnd) {
+    Worker worker;
+    for (int i = 0; i < 50; ++i) {
+        ASSERT_TRUE(worker.start(nullptr));
+        int done = 0;
+        auto job = [&] { ++done; };
+        ASSERT_TRUE(worker.request(Job::of(job)));
+        ASSERT_TRUE(worker.wait());
+        EXPECT_EQ(done, 1);
+        worker.clearRunFlag();
+        ASSERT_TRUE(worker.join());
+    }
+}
+
+TEST(Worker, FinishesTheJobInProgressBeforeItEnds) {
+    Worker worker;
+    ASSERT_TRUE(worker.start(nullptr));
+    std::atomic<bool> entered{false};
+    std::atomic<bool> finished{false};
+    auto job = [&] {
+        entered = true;
+        pause();
+        finished = true;
+    };
+    ASSERT_TRUE(worker.request(Job::of(job)));
+    while (!entered) std::this_thread::yield();
+    worker.clearRunFlag();
+    EXPECT_TRUE(worker.join());
+    EXPECT_TRUE(finished);
+    EXPECT_TRUE(worker.wait());
+}
+
+TEST(Worker, TakesNoJobWithoutAThread) {
+    auto job = [] {};
+    Worker worker;
+    EXPECT_FALSE(worker.request(Job::of(job)));
+    EXPECT_TRUE(worker.wait()) << "nothing is pending, so nobody waits";
+    ASSERT_TRUE(worker.start(nullptr));
+    worker.clearRunFlag();
+    EXPECT_FALSE(worker.request(Job::of(job))) << "a worker on its way out takes none either";
+    EXPECT_TRUE(worker.join());
+}
+
+TEST(Worker, ThatEndsInItsOwnJobIsReplacedByTheNextStart) {
+    Worker worker;
+    ASSERT_TRUE(worker.start(nullptr));
+    auto last = [&] { worker.clearRunFlag(); };
+    ASSERT_TRUE(worker.request(Job::of(last)));
+    EXPECT_TRUE(worker.wait());
+    auto job = [] {};
+    EXPECT_FALSE(worker.request(Job::of(job)));
+    ASSERT_TRUE(worker.start(nullptr));
+    // the old thread may still be leaving; a start in place of it must serve jobs all the same
+    for (int i = 0; i < 100 && !worker.request(Job::of(job)); ++i) {
+        pause();
+        ASSERT_TRUE(worker.start(nullptr));
+    }
+    EXPECT_TRUE(worker.wait());
+    worker.clearRunFlag();
+    EXPECT_TRUE(worker.join());
+}
+
+TEST_F(Workers, WhatTheJobsWroteIsVisibleAfterTheWait) {
+    for (int round = 0; round < 2000; ++round) {
+        int model = 0;
+        int match = 0;
+        auto modelJob = [&] { model = round + 1; };
+        auto matchJob = [&] { match = round + 2; };
+        ASSERT_TRUE(pair.begin(Job::of(modelJob), Job::of(matchJob)));
+        ASSERT_TRUE(pair.wait());
+        ASSERT_EQ(model, round + 1);
+        ASSERT_EQ(match, round + 2);
+    }
+    EXPECT_FALSE(pair.broke());
+}
+
+TEST_F(Workers, BothJobsRunAtTheSameTime) {
+    std::atomic<int> inside{0};
+    auto meet = [&] {
+        ++inside;
+        while (inside < 2) std::this_thread::yield();  // ends only when the other one came
+    };
+    auto other = meet;
+    ASSERT_TRUE(pair.begin(Job::of(meet), Job::of(other)));
+    EXPECT_TRUE(pair.wait());
+}
+
+TEST_F(Workers, AnExceptionFailsTheWaitAndLeavesTheWorkerServing) {
+    auto good = [] {};
+    auto bad = [] { throw std::runtime_error("no luck"); };
+    for (int which = 0; which < 2; ++which) {
+        const auto said = test::listen([&] {
+            EXPECT_TRUE(which == 0 ? pair.begin(Job::of(bad), Job::of(good))
+                                   : pair.begin(Job::of(good), Job::of(bad)));
+            return pair.wait();
+        });
+        EXPECT_FALSE(said.result);
+        EXPECT_TRUE(pair.broke());
+        EXPECT_EQ(said.lines, Lines{"worker job failed: no luck"});
+        ASSERT_TRUE(pair.begin(Job::of(good), Job::of(good)));
+        EXPECT_TRUE(pair.wait()) << "the failure is not carried over";
+        EXPECT_FALSE(pair.broke());
+    }
+}
+
+TEST_F(Workers, AJobThatReturnsFalseFailsTheWait) {
+    auto good = [] { return true; };
+    auto bad = [] { return false; };
+    ASSERT_TRUE(pair.begin(Job::of(good), Job::of(bad)));
+    EXPECT_FALSE(pair.wait());
+    ASSERT_TRUE(pair.begin(Job::of(good), Job::of(good)));
+    EXPECT_TRUE(pair.wait());
+}
+
+TEST_F(Workers, WithoutTheSearchMatchWorkerNothingBeginsAndTheModelIsWaitedFor) {
+    pair.match.clearRunFlag();
+    pair.match.join();
+    std::atomic<bool> finished{false};
+    auto slow = [&] {
+        pause();
+        finished = true;
+    };
+    auto other = [] {};
+    EXPECT_FALSE(pair.begin(Job::of(slow), Job::of(other)));
+    EXPECT_TRUE(finished) << "its job refers to the caller's variables";
+    EXPECT_TRUE(pair.broke());
+}
+
+TEST_F(Workers, WithoutTheTemplateModelWorkerNothingBegins) {
+    pair.model.clearRunFlag();
+    pair.model.join();
+    bool ran = false;
+    auto job = [&] { ran = true; };
+    EXPECT_FALSE(pair.begin(Job::of(job), Job::of(job)));
+    EXPECT_FALSE(ran);
+}
+
+TEST_F(Workers, ShareALoopWithoutLeavingOutOrRepeatingAnIndex) {
+    for (const std::int64_t count : {0, 1, 7, 64, 1000})
+        for (const std::int64_t grain : {1, 8, 5000}) {
+            std::vector<std::atomic<int>> visits(static_cast<std::size_t>(count));
+            std::atomic<bool> handInRange{true};
+            shareLoop(&pair, count, grain, [&](std::int64_t first, std::int64_t last, std::int32_t hand) {
+                if (hand < 0 || hand >= crewSize || last - first > grain) handInRange = false;
+                for (std::int64_t i = first; i < last; ++i) ++visits[static_cast<std::size_t>(i)];
+            });
+            EXPECT_TRUE(handInRange);
+            for (const auto& visit : visits) ASSERT_EQ(visit, 1);
+        }
+}
+
+TEST(ShareLoop, RunsOnTheCallerWithoutWorkers) {
+    std::vector<int> visits(100);
+    const auto visit = [&](std::int64_t first, std::int64_t last, std::int32_t) {
+        for (std::int64_t i = first; i < last; ++i) ++visits[static_cast<std::size_t>(i)];
+    };
+    shareLoop(nullptr, 100, 3, visit);
+    WorkerPair stopped;
+    shareLoop(&stopped, 100, 3, visit);
+    EXPECT_EQ(visits, std::vector<int>(100, 2));
+}
+
+}  // namespace
+}  // namespace brantel

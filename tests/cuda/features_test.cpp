@@ -1,0 +1,227 @@
+// One worker's job: launches as planned, features like the processor's, nothing out of bounds.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include "common/grey.h"
+#include "cpu/detection.h"
+#include "cuda/backend.h"
+#include "cuda/emulated_cuda.h"
+#include "cuda/state.h"
+#include "cuda/zero_sum.h"
+#include "registration/filters.h"
+#include "support/output_capture.h"
+#include "support/picture.h"
+
+namespace brantel::test {
+namespace {
+
+using emulated_cuda::Launch;
+using Launches = std::vector<Launch>;
+using Lines = std::vector<std::string>;
+
+class CudaFeatures : public testing::Test {
+  protected:
+    void TearDown() override {
+        EXPECT_EQ(emulated_cuda::violations(), Lines{});
+        captureOutput(uinitJointCuda);
+    }
+
+    /// Brings the backend up for a picture and hands it to the model's side.
+    void load(const Picture& picture) {
+        emulated_cuda::reset();
+        captureOutput([&] {
+            ASSERT_TRUE(initJointCuda({picture.rows, picture.cols, picture.channels, 1, 20000, 20000}));
+        });
+        toDevice(side().frame, picture.pixels.data(), cudaBackend().frame.bytes());
+        emulated_cuda::reset();
+    }
+    static CudaSide& side() { return cudaBackend().model; }
+    void expectTheProcessorsCorners(std::int32_t cols);
+    static Lines run(const Picture& picture, ExpectedShift expected = {}) {
+        const CudaJob job{{0, picture.channels, picture.rows, picture.cols}, expected, cudaBackend().tuning};
+        side().features.corners.clear();
+        return captureLines([&] { runFeatureJob(side(), job); });
+    }
+};
+
+unsigned blocks(std::int32_t count) {
+    return static_cast<unsigned>((count + 31) / 32);
+}
+/// 32 x 32 threads per block over rows x cols.
+Launch over(const char* kernel, std::int32_t rows, std::int32_t cols) {
+    return {kernel, blocks(cols), blocks(rows), 32, 32};
+}
+
+/// The launches of corner detection at h x w.
+void appendDetection(Launches& list, std::int32_t h, std::int32_t w) {
+    list.push_back(over("opencvInterLineARResizeDownCh1Kernel", h, w));
+    list.push_back(over("findGradSquareCrossTermsKernel", h - 2, w - 2));
+    for (int product = 0; product < 3; ++product) {
+        list.push_back(over("opencvcopyFilter2DBorderRowFloat", h + 4, w));
+        list.push_back({"opencvcopyFilter2DBorderColFloat", 1, blocks(h + 4), 2, 32});
+        list.push_back(over("opencvFilter2DRowCalcFloatWin5", h, w + 4));
+        list.push_back(over("opencvFilter2DColCalcFloatWin5", h + 4, w));
+        list.push_back(over("opencvcopyFilter2DTakeOutBoundFloat", h, w));
+    }
+}
+
+TEST_F(CudaFeatures, AColourFrameIsTurnedGreyAndSearchedAtHalfSize) {
+    const Picture picture = makePicture(Texture::fine, 251, 390, 3, 1);
+    load(picture);
+    run(picture);
+    Launches expected{over("rgb2GaryKernel", 251, 390)};
+    appendDetection(expected, 125, 195);
+    EXPECT_EQ(emulated_cuda::launches(), expected);
+}
+
+TEST_F(CudaFeatures, AGreyFrameIsSearchedAsItIs) {
+    const Picture picture = makePicture(Texture::fine, 250, 391, 1, 1);
+    load(picture);
+    run(picture);
+    Launches expected;
+    appendDetection(expected, 125, 195);
+    EXPECT_EQ(emulated_cuda::launches(), expected);
+    EXPECT_TRUE(std::equal(picture.pixels.begin(), picture.pixels.end(), side().hostGrey.data()));
+}
+
+TEST_F(CudaFeatures, TheOtherWorkerHasItsOwnGreyKernel) {
+    const Picture picture = makePicture(Texture::fine, 120, 160, 3, 1);
+    load(picture);
+    toDevice(cudaBackend().match.frame, picture.pixels.data(), cudaBackend().frame.bytes());
+    captureOutput([&] { runFeatureJob(cudaBackend().match, {{0, 3, 120, 160}, {}, cudaBackend().tuning}); });
+    EXPECT_EQ(emulated_cuda::launches().front().kernel, "rgb2GaryKernel2");
+}
+
+TEST_F(CudaFeatures, AStripIsCutBeforeItIsSearchedAtTheFramesSize) {
+    const Picture picture = makePicture(Texture::fine, 240, 322, 1, 1);
+    load(picture);
+    run(picture, {-10, 5, true});
+    Launches expected{over("getRowRangeKernel", 235, 312)};
+    appendDetection(expected, 120, 161);
+    EXPECT_EQ(emulated_cuda::launches(), expected);
+}
+
+TEST_F(CudaFeatures, NoExpectedShiftLeavesTheBuffers) {
+    constexpr std::int32_t lowest = std::numeric_limits<std::int32_t>::min();
+    constexpr std::int32_t highest = std::numeric_limits<std::int32_t>::max();
+    const std::int32_t shifts[] = {0, 1, -1, 57, -57, 99, -99, 100, -100, 130, -130, highest, lowest};
+    for (const std::int32_t channels : {1, 3}) {
+        const Picture picture = makePicture(Texture::fine, 100, 130, channels, 1);
+        load(picture);
+        for (const std::int32_t dx : shifts)
+            for (const std::int32_t dy : shifts) run(picture, {dx, dy, true});
+        EXPECT_EQ(emulated_cuda::violations(), Lines{});
+        captureOutput(uinitJointCuda);
+    }
+}
+
+TEST_F(CudaFeatures, FramesWithoutOverlapHaveNoCorners) {
+    const Picture picture = makePicture(Texture::fine, 100, 130, 1, 1);
+    load(picture);
+    EXPECT_EQ(run(picture, {130, 0, true}), Lines{"HarrissCornerSPoint22222222222 size is 0"});
+    EXPECT_TRUE(emulated_cuda::launches().empty());
+}
+
+TEST_F(CudaFeatures, AFeaturelessFrameHasNoCornersAndSaysSo) {
+    const Picture picture{120, 160, 1, std::vector<std::uint8_t>(120 * 160, 90)};
+    load(picture);
+    const Lines lines = run(picture);
+    ASSERT_FALSE(lines.empty());
+    EXPECT_EQ(lines.back(), "HarrissCornerSPoint22222222222 size is 0");
+    EXPECT_TRUE(side().features.corners.empty());
+}
+
+TEST_F(CudaFeatures, FramesOfAnySizeAreSafe) {
+    for (const std::int32_t rows : {1, 2, 3, 5, 39, 81, 83})
+        for (const std::int32_t cols : {1, 2, 3, 5, 40, 82, 85})
+            for (const std::int32_t channels : {1, 3}) {
+                const Picture picture{rows, cols, channels,
+                                      randomBytes(std::int64_t{rows} * cols * channels, 3)};
+                load(picture);
+                run(picture);
+                run(picture, {0, 0, true});
+                EXPECT_EQ(emulated_cuda::violations(), Lines{}) << rows << " x " << cols;
+                captureOutput(uinitJointCuda);
+            }
+}
+
+// Only the smoothing's arithmetic differs: double on the device, single precision on the processor.
+void CudaFeatures::expectTheProcessorsCorners(std::int32_t cols) {
+    const Picture picture = makePicture(Texture::grains, 360, cols, 3, 4);
+    load(picture);
+    run(picture);
+
+    std::vector<std::uint8_t> grey;
+    for (std::size_t i = 0; i < picture.pixels.size(); i += 3)
+        grey.push_back(greyOf(picture.pixels[i], picture.pixels[i + 1], picture.pixels[i + 2]));
+    EXPECT_TRUE(std::equal(grey.begin(), grey.end(), side().hostGrey.data()));
+
+    HarrisImages images;
+    std::vector<CornerPoint> corners;
+    captureOutput([&] {
+        findHarrisCornerCoordianteFun(grey.data(), {0, 1, 360, cols}, cudaBackend().tuning, images, corners);
+    });
+    ASSERT_FALSE(corners.empty());
+    const auto& found = side().features.corners;
+    EXPECT_EQ(found.size(), corners.size());
+    const auto common = std::count_if(found.begin(), found.end(), [&](const CornerPoint& corner) {
+        return std::find(corners.begin(), corners.end(), corner) != corners.end();
+    });
+    EXPECT_GE(common, static_cast<std::ptrdiff_t>(corners.size() * 95 / 100));
+}
+
+TEST_F(CudaFeatures, FindsWhatTheProcessorFinds) {
+    expectTheProcessorsCorners(480);
+}
+
+TEST_F(CudaFeatures, FindsWhatTheProcessorFindsInFramesOfOddWidth) {
+    expectTheProcessorsCorners(481);
+}
+
+TEST_F(CudaFeatures, TheOrderOfThreadsDoesNotMatter) {
+    const Picture picture = makePicture(Texture::fine, 150, 210, 3, 9);
+    load(picture);
+    run(picture);
+    const std::vector<CornerPoint> forward = side().features.corners;
+    emulated_cuda::Faults reversed;
+    reversed.reverse = true;
+    emulated_cuda::setFaults(reversed);
+    run(picture);
+    EXPECT_FALSE(forward.empty());
+    EXPECT_EQ(side().features.corners, forward);
+}
+
+// The 9 taps sum to 0: what is even vanishes, edges are cleared, a single grain leaves the product of its
+// taps.
+TEST(ZeroSumImage, AnswersToAGrainOnly) {
+    constexpr std::int32_t rows = 60, cols = 80;
+    std::vector<std::uint8_t> grey(rows * cols, 50);
+    Buffer<std::uint8_t> out;
+    zeroSumImage(grey.data(), rows, cols, out);
+    ASSERT_EQ(out.size(), 30 * 40);
+    EXPECT_TRUE(std::all_of(out.data(), out.data() + out.size(), [](std::uint8_t v) { return v == 0; }));
+
+    grey[30 * cols + 40] = 51;  // row 15, column 20 of the halved image
+    zeroSumImage(grey.data(), rows, cols, out);
+    EXPECT_EQ(out.data()[15 * 40 + 20], 16);
+    EXPECT_EQ(out.data()[15 * 40 + 21], 8);
+    EXPECT_EQ(out.data()[16 * 40 + 21], 4);
+    EXPECT_EQ(out.data()[15 * 40 + 23], 256 - 8);
+    EXPECT_EQ(out.data()[11 * 40 + 16], 1);
+    EXPECT_EQ(out.data()[15 * 40 + 25], 0);
+}
+
+TEST(ZeroSumImage, LeavesImagesAloneThatAreTooSmall) {
+    const std::vector<std::uint8_t> grey(100, 50);
+    Buffer<std::uint8_t> out;
+    for (const std::int32_t side : {0, 1, 2, 8, 9}) zeroSumImage(grey.data(), side, side, out);
+    EXPECT_TRUE(out.empty());
+    zeroSumImage(grey.data(), 10, 10, out);
+    EXPECT_EQ(out.size(), 25);
+}
+
+}  // namespace
+}  // namespace brantel::test

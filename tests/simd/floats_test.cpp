@@ -1,0 +1,203 @@
+// The loops over gradient products, descriptors and coordinates, each against the same thing written out.
+#include <algorithm>
+#include <cmath>
+
+#include "common/tuning.h"
+#include "plain/filters.h"
+#include "plain/image_ops.h"
+#include "simd/at_level.h"
+#include "simd/rows.h"
+
+namespace brantel::test {
+namespace {
+
+using Floats = std::vector<float>;
+
+class FloatLoops : public AtLevel {
+  protected:
+    const simd::Kernels& kernels() const { return simd::kernels(); }
+};
+
+/// Whole numbers as products have them, or fractions as filters leave them.
+Floats products(std::int64_t count, std::uint64_t seed) {
+    Random random(seed);
+    Floats values(static_cast<std::size_t>(count));
+    for (float& value : values) {
+        value = static_cast<float>(random.between(0, 65025));
+        if (seed % 3 == 0) value *= 0.187627003F;
+        if (seed % 7 == 0) value = seed % 2 == 0 ? 0.0F : 65025.0F;
+    }
+    return values;
+}
+
+TEST_P(FloatLoops, GradientRow) {
+    forAllRows([&](std::int64_t inner, Contents contents, const Place& place, std::uint64_t seed) {
+        const auto cols = static_cast<std::int32_t>(inner + 2);
+        const auto image = placed(bytesOf(contents, 3 * cols, seed), place);
+        const std::uint8_t* at = image->data() + cols;
+        GuardedBuffer<float> xx(cols, place.guard, place.off);
+        GuardedBuffer<float> yy(cols, place.guard, place.off);
+        GuardedBuffer<float> xy(cols, place.guard, place.off);
+        kernels().gradientRow(at - cols, at, at + cols, 1, cols - 1, xx.data(), yy.data(), xy.data());
+        Floats expected[3];
+        for (Floats& product : expected) product.resize(3 * cols);
+        plain::findGradSquareCrossTerms(image->data(), 3, cols, expected[0].data(), expected[1].data(),
+                                        expected[2].data());
+        GuardedBuffer<float>* found[3] = {&xx, &yy, &xy};
+        for (int p = 0; p < 3; ++p) {
+            ASSERT_EQ(valuesOf(*found[p]),
+                      Floats(expected[p].begin() + cols, expected[p].begin() + 2 * cols));
+            ASSERT_TRUE(found[p]->intact());
+        }
+    });
+}
+
+TEST_P(FloatLoops, GradientRowStaysInsideItsColumns) {
+    const std::int32_t cols = 90;
+    const std::vector<std::uint8_t> image = randomBytes(3 * cols, 5);
+    Floats all[3];
+    for (Floats& product : all) product.resize(cols);
+    kernels().gradientRow(image.data(), image.data() + cols, image.data() + 2 * cols, 1, cols - 1,
+                          all[0].data(), all[1].data(), all[2].data());
+    for (std::int64_t first = 1; first < cols - 1; first += 3)
+        for (std::int64_t last = first; last <= cols - 1; last += 5) {
+            Floats part[3];
+            for (Floats& product : part) product.assign(cols, -7.0F);
+            kernels().gradientRow(image.data(), image.data() + cols, image.data() + 2 * cols, first, last,
+                                  part[0].data(), part[1].data(), part[2].data());
+            for (int p = 0; p < 3; ++p)
+                for (std::int64_t c = 0; c < cols; ++c)
+                    ASSERT_EQ(part[p][c], c >= first && c < last ? all[p][c] : -7.0F);
+        }
+}
+
+TEST_P(FloatLoops, FilterColumns) {
+    forAllRows([&](std::int64_t count, Contents, const Place& place, std::uint64_t seed) {
+        const auto cols = static_cast<std::int32_t>(count);
+        const auto image = placed(products(5 * count, seed), place);
+        simd::RowWindow window{};
+        for (int t = 0; t < 5; ++t) window.rows[t] = image->data() + t * count;
+        GuardedBuffer<float> out(count, place.guard, place.off);
+        kernels().filterColumns(window, responseKernel, 0, count, out.data());
+        Floats expected(5 * count);
+        plain::filterColumn5(image->data(), responseKernel, 5, cols, expected.data());
+        ASSERT_EQ(valuesOf(out), Floats(expected.begin() + 2 * cols, expected.begin() + 3 * cols));
+        ASSERT_TRUE(out.intact());
+    });
+}
+
+TEST_P(FloatLoops, ResponseRow) {
+    forAllRows([&](std::int64_t inner, Contents, const Place& place, std::uint64_t seed) {
+        const auto cols = static_cast<std::int32_t>(inner + 4);
+        std::unique_ptr<GuardedBuffer<float>> rows[3];
+        Floats filtered[3];
+        for (int p = 0; p < 3; ++p) {
+            rows[p] = placed(products(cols, 3 * seed + p), place);
+            filtered[p].resize(cols);
+            plain::filterRow5(rows[p]->data(), responseKernel, 1, cols, filtered[p].data());
+        }
+        GuardedBuffer<float> out(cols, place.guard, place.off);
+        kernels().responseRow({rows[0]->data(), rows[1]->data(), rows[2]->data()}, responseKernel, harrisK, 2,
+                              cols - 2, out.data());
+        Floats expected(cols);
+        for (std::int64_t x = 2; x < cols - 2; ++x) {
+            const float a = filtered[0][x];
+            const float b = filtered[1][x];
+            const float c = filtered[2][x];
+            const float trace = a + b;
+            expected[x] = std::max(a * b - c * c - trace * harrisK * trace, 0.0F);
+        }
+        ASSERT_EQ(valuesOf(out), expected);
+        ASSERT_TRUE(out.intact());
+    });
+}
+
+TEST_P(FloatLoops, MaximaInRow) {
+    forAllRows([&](std::int64_t inner, Contents contents, const Place& place, std::uint64_t seed) {
+        const std::int64_t cols = inner + 2;
+        const std::vector<std::uint8_t> levels = bytesOf(contents, 3 * cols, seed);
+        Floats values(levels.begin(), levels.end());
+        if (seed % 2 == 0)
+            for (float& value : values) value = static_cast<float>(static_cast<int>(value) % 4);  // plateaus
+        const auto image = placed(values, place);
+        const float* at = image->data() + cols;
+        const float threshold = seed % 3 == 0 ? 0.0F : static_cast<float>(seed % 256);
+        std::vector<std::int32_t> expected;
+        for (std::int64_t x = 1; x < cols - 1; ++x) {
+            float maximum = at[x];
+            for (int r = -1; r <= 1; ++r)
+                for (int c = -1; c <= 1; ++c) maximum = std::max(maximum, at[r * cols + x + c]);
+            if (maximum > threshold && maximum == at[x]) expected.push_back(static_cast<std::int32_t>(x));
+        }
+        GuardedBuffer<std::int32_t> columns(inner, place.guard, place.off);
+        const std::int64_t found =
+            kernels().maximaInRow(at - cols, at, at + cols, threshold, 1, cols - 1, columns.data());
+        ASSERT_EQ(std::vector<std::int32_t>(columns.begin(), columns.begin() + found), expected);
+        ASSERT_TRUE(columns.intact());
+    });
+}
+
+/// found is right when it is the sum, or already above the limit on the way to it.
+void expectDistance(std::int64_t found, std::int64_t sum, std::int64_t limit) {
+    if (sum <= limit) {
+        EXPECT_EQ(found, sum);
+    } else {
+        EXPECT_GT(found, limit);
+        EXPECT_LE(found, sum);
+    }
+}
+
+TEST_P(FloatLoops, SquaredDistance) {
+    Random random(8);
+    for (std::int32_t length = 0; length <= 256; ++length)
+        for (const Place& place : places) {
+            std::vector<std::uint16_t> first(length);
+            std::vector<std::uint16_t> second(length);
+            const std::int32_t largest = random.between(0, 3) == 0 ? 300 : 6400;
+            const bool extreme = random.between(0, 3) == 0;
+            std::int64_t sum = 0;
+            for (std::int32_t k = 0; k < length; ++k) {
+                first[k] = static_cast<std::uint16_t>(extreme ? 6400 : random.between(0, largest));
+                second[k] = static_cast<std::uint16_t>(extreme ? 0 : random.between(0, largest));
+                const std::int64_t difference = std::int64_t{first[k]} - second[k];
+                sum += difference * difference;
+            }
+            const auto a = placed(first, place);
+            const auto b = placed(second, place);
+            for (const std::int64_t limit : {std::int64_t{0}, sum / 2, sum - 1, sum, sum + 1, INT64_MAX}) {
+                expectDistance(kernels().squaredDistance(a->data(), b->data(), length, limit), sum, limit);
+                expectDistance(kernels().squaredDistance(b->data(), a->data(), length, limit), sum, limit);
+            }
+            ASSERT_FALSE(HasFailure()) << "length " << length << ", " << place;
+        }
+}
+
+TEST_P(FloatLoops, CountInliers) {
+    forAllRows([&](std::int64_t pairs, Contents, const Place& place, std::uint64_t seed) {
+        Random random(seed);
+        std::unique_ptr<GuardedBuffer<float>> lists[4];
+        for (auto& list : lists) {
+            Floats values;
+            const std::int32_t spread = seed % 4 == 0 ? 3000 : 5;
+            for (std::int64_t i = 0; i < pairs; ++i)
+                values.push_back(static_cast<float>(random.between(0, spread)));
+            list = placed(values, place);
+        }
+        const auto dx = static_cast<float>(random.between(-4, 4));
+        const auto dy = static_cast<float>(random.between(-4, 4));
+        std::int64_t expected = 0;
+        for (std::int64_t m = 0; m < pairs; ++m) {
+            const float ex = ((*lists[2])[m] + dx) - (*lists[0])[m];
+            const float ey = ((*lists[3])[m] + dy) - (*lists[1])[m];
+            expected += 4.0 > static_cast<double>(std::sqrt(ex * ex + ey * ey)) ? 1 : 0;
+        }
+        ASSERT_EQ(kernels().countInliers(lists[0]->data(), lists[1]->data(), lists[2]->data(),
+                                         lists[3]->data(), pairs, dx, dy),
+                  expected);
+    });
+}
+
+BRANTEL_AT_EVERY_LEVEL(FloatLoops);
+
+}  // namespace
+}  // namespace brantel::test
