@@ -21,7 +21,7 @@ using gpu_test::Launch;
 const void* handleOf(const std::string& name) {
     static const std::map<std::string, const void*> handles = {
 // NOLINTNEXTLINE(bugprone-macro-parentheses)
-#define KERNEL_ENTRY(name) {#name, reinterpret_cast<const void*>(&name)},
+#define KERNEL_ENTRY(name, parameters) {#name, reinterpret_cast<const void*>(&name)},
 #include "gpu/kernel_list.inc"
     };
     return handles.at(name);

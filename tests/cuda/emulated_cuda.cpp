@@ -1,7 +1,11 @@
 #include "cuda/emulated_cuda.h"
 
 #include <cuda_runtime_api.h>
+#if defined(_WIN32)
+#include <windows.h>
+#else
 #include <sys/mman.h>
+#endif
 
 #include <algorithm>
 #include <cstdint>
@@ -27,9 +31,7 @@ class Reserved {
   public:
     static constexpr std::size_t size = std::size_t{1} << 36U;
 
-    Reserved()
-        : base_(reinterpret_cast<std::uintptr_t>(
-              mmap(nullptr, size, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0))) {}
+    Reserved() : base_(reinterpret_cast<std::uintptr_t>(reserve())) {}
     bool holds(const void* p) const {
         const auto at = reinterpret_cast<std::uintptr_t>(p);
         return at >= base_ && at < base_ + size;
@@ -44,6 +46,14 @@ class Reserved {
     }
 
   private:
+    static void* reserve() {
+#if defined(_WIN32)
+        return VirtualAlloc(nullptr, size, MEM_RESERVE, PAGE_NOACCESS);
+#else
+        return mmap(nullptr, size, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+#endif
+    }
+
     std::uintptr_t base_;
     std::size_t used_ = 0;
 };
@@ -172,6 +182,10 @@ std::vector<Allocation> allocations() {
 }
 std::vector<std::string> violations() {
     return locked(&State::violations);
+}
+void addViolation(const std::string& what) {
+    const std::lock_guard<std::mutex> hold(state().mutex);
+    state().violations.push_back(what);
 }
 int copies() {
     return locked(&State::copies);

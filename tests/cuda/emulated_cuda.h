@@ -6,8 +6,13 @@
 #pragma once
 
 #include <cstddef>
+#include <iosfwd>
 #include <string>
 #include <vector>
+
+#if defined(__ELF__)
+#pragma GCC visibility push(default)  // a test may find all of this in a shared library
+#endif
 
 namespace emulated_cuda {
 
@@ -47,9 +52,14 @@ std::vector<Allocation> allocations();
 /// Uses that a device would punish: foreign pointers, copies out of range or in the wrong direction, frees of
 /// what is not allocated.
 std::vector<std::string> violations();
+void addViolation(const std::string& what);
 int copies();
 int deviceQueries();
 /// Device and page-locked blocks not freed yet.
 std::size_t liveBlocks();
 
 }  // namespace emulated_cuda
+
+#if defined(__ELF__)
+#pragma GCC visibility pop
+#endif

@@ -9,6 +9,7 @@
 #include <map>
 #include <string>
 
+#include "cuda/driver/kernel_names.h"
 #include "gpu/kernels.h"
 
 namespace {
@@ -43,7 +44,8 @@ std::string signatureOf(const char* name, void (* /*kernel*/)(P...)) {
 TEST(CudaKernels, AllAreRegisteredUnderTheirSignatures) {
     std::map<std::string, const void*> expected;
 // NOLINTNEXTLINE(bugprone-macro-parentheses)
-#define KERNEL_ENTRY(name) expected[signatureOf(#name, name)] = reinterpret_cast<const void*>(&name);
+#define KERNEL_ENTRY(name, parameters) \
+    expected[signatureOf(#name, name)] = reinterpret_cast<const void*>(&name);
 #include "gpu/kernel_list.inc"
     ASSERT_EQ(expected.size(), 41U);
     EXPECT_EQ(registered().size(), 41U);
@@ -51,6 +53,12 @@ TEST(CudaKernels, AllAreRegisteredUnderTheirSignatures) {
         ASSERT_EQ(registered().count(handle), 1U) << signature;
         EXPECT_EQ(demangled(registered()[handle]), signature);
     }
+}
+
+TEST(CudaKernels, BearTheNamesThatTheDriverIsAskedFor) {
+    const auto& names = brantel::cuda_driver::kernelNames();
+    EXPECT_EQ(registered().size(), names.size());
+    for (const auto& kernel : names) EXPECT_EQ(registered()[kernel.handle], kernel.text);
 }
 
 }  // namespace

@@ -32,7 +32,7 @@ PlainKernel entry(const char* name, void (*kernel)(P...)) {
 
 }  // namespace
 
-#define KERNEL_ENTRY(name) entry(#name, ::name),
+#define KERNEL_ENTRY(name, parameters) entry(#name, ::name),
 
 const std::vector<PlainKernel>& plainKernels() {
     static const std::vector<PlainKernel> all = {

@@ -1,4 +1,6 @@
-// The part of the CUDA runtime's interface that the backend uses, for tests on machines without the toolkit.
+// The part of the CUDA runtime's interface that the backend uses. Stands in for the toolkit's header where
+// the backend is built over the driver's own library (runtime.cpp), and in tests on machines without the
+// toolkit.
 #pragma once
 
 #include <cstddef>
@@ -9,7 +11,8 @@ struct dim3 {
         : x(columns), y(rows), z(layers) {}
 };
 
-enum cudaError_t {
+/// The driver numbers its errors alike, and has more.
+enum cudaError_t : int {
     cudaSuccess = 0,
     cudaErrorInvalidValue = 1,
     cudaErrorMemoryAllocation = 2,
@@ -28,7 +31,6 @@ enum cudaMemcpyKind {
 };
 
 struct cudaDeviceProp {
-    char name[256];
     std::size_t totalGlobalMem;
 };
 
