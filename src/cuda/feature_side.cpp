@@ -82,7 +82,7 @@ void findCorners(CudaSide& side, std::uint8_t* image, const CudaJob& job) {
 void CudaSide::freeHostArrays() {
     for (Buffer<float>* map : {&hostYy, &hostXy, &response}) map->reset();
     hostGrey.reset();
-    scratch = {};
+    std::vector<std::uint16_t>().swap(scratch);  // "= {}" would keep the memory
     features = {};
 }
 
