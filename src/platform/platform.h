@@ -37,6 +37,9 @@ class DynamicLibrary {
     ~DynamicLibrary() { close(); }
 
     bool open(const char* name);
+    /// Only where the system keeps its own and its drivers' libraries: quicker to find absent, and a file of
+    /// that name beside the host is not run.
+    bool openFromSystem(const char* name);
     void close();
     bool isOpen() const { return handle_ != nullptr; }
     void* symbol(const char* name) const;

@@ -57,6 +57,10 @@ bool DynamicLibrary::open(const char* name) {
     return handle_ != nullptr;
 }
 
+bool DynamicLibrary::openFromSystem(const char* name) {
+    return open(name);  // the loader leaves the current folder out anyway
+}
+
 void DynamicLibrary::close() {
     if (handle_ != nullptr) dlclose(handle_);
     handle_ = nullptr;

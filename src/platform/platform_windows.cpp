@@ -39,6 +39,12 @@ bool DynamicLibrary::open(const char* name) {
     return handle_ != nullptr;
 }
 
+bool DynamicLibrary::openFromSystem(const char* name) {
+    if (handle_ == nullptr)
+        handle_ = reinterpret_cast<void*>(LoadLibraryExA(name, nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32));
+    return handle_ != nullptr;
+}
+
 void DynamicLibrary::close() {
     if (handle_ != nullptr) FreeLibrary(static_cast<HMODULE>(handle_));
     handle_ = nullptr;
