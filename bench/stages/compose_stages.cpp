@@ -220,9 +220,10 @@ Twins blend(const Material& m) {
             [=, &m, &picture] {
                 const SeamFrame frame(m.current.data(), m.currentGrey.data(), m.size);
                 state->seam.ensure(m.size, frame.isFull);
-                blendSeam(picture.ptr(canvas->region.rowStart, canvas->region.colStart),
-                          static_cast<std::int64_t>(picture.step[0]), frame, m.size, state->seam,
-                          state->blendedGrey.data(), nullptr);
+                const CanvasWindow window{picture.ptr(canvas->region.rowStart, canvas->region.colStart),
+                                          static_cast<std::int64_t>(picture.step[0]),
+                                          {0, m.size.rows, 0, m.size.cols}};
+                blendSeam(window, frame, m.size, state->seam, state->blendedGrey.data(), nullptr);
             },
             [=, &m, &picture] {
                 plain::pasteImageRegion(m.cut.data(), m.size.cols, canvas->twin(), picture.rows, picture.cols,

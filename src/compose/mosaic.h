@@ -80,6 +80,7 @@ std::int32_t mergeableShift(const StitchFlags& record, std::int32_t rows, std::i
 struct CanvasWindow {
     std::uint8_t* pixels;
     std::int64_t stride;  // bytes from row to row
+    Region painted;       // the part of the window in which the canvas may hold anything
 };
 
 /// Merges a frame at the previous position + offset: grows the canvas, lets blend(window) write the blended
@@ -96,11 +97,12 @@ bool mergeInPlace(Mosaic& mosaic, const FrameSize& size, WorkerPair* workers, Bl
     const CornerPoint at{placement.position.x + offset.x, placement.position.y + offset.y};
     if (at.x < 0 || at.y < 0 || at.x > merged.cols - size.cols || at.y > merged.rows - size.rows)
         return false;
+    const Region window{at.y, at.y + size.rows, at.x, at.x + size.cols};
     if (!blend(CanvasWindow{const_cast<std::uint8_t*>(merged.ptr(at.y, at.x)),
-                            static_cast<std::int64_t>(merged.step[0])}))
+                            static_cast<std::int64_t>(merged.step[0]), partWithin(window, painted)}))
         return false;
 
-    mosaic.painted = united(painted, {at.y, at.y + size.rows, at.x, at.x + size.cols});
+    mosaic.painted = united(painted, window);
     mosaic.record.frameX = at.x;
     mosaic.record.frameY = at.y;
     extendMosaicBounds(placement.minimum, placement.maximum, size.rows, size.cols, at, &mosaic.minimum,

@@ -33,6 +33,16 @@ Region united(const Region& a, const Region& b) {
             std::max(a.colEnd, b.colEnd)};
 }
 
+Region partWithin(const Region& window, const Region& region) {
+    const std::int32_t rows = window.rowEnd - window.rowStart;
+    const std::int32_t cols = window.colEnd - window.colStart;
+    Region part{std::clamp(region.rowStart - window.rowStart, 0, rows), 0,
+                std::clamp(region.colStart - window.colStart, 0, cols), 0};
+    part.rowEnd = std::clamp(region.rowEnd - window.rowStart, part.rowStart, rows);
+    part.colEnd = std::clamp(region.colEnd - window.colStart, part.colStart, cols);
+    return part;
+}
+
 bool cropImageRegion(const std::uint8_t* source, const Region& region, std::int32_t rows, std::int32_t cols,
                      std::int32_t channels, ImageDesc* record, std::uint8_t* out) {
     if (refuses(source, out, region, rows, cols)) return false;

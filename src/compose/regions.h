@@ -18,6 +18,10 @@ struct Region {
 /// The smallest region that holds both.
 Region united(const Region& a, const Region& b);
 
+/// The part of a window that a region covers, seen from the window's corner. Empty ranges start and end at
+/// the same place within the window.
+Region partWithin(const Region& window, const Region& region);
+
 /// Cuts a region of source (rows x cols, 1 or 3 channels) into out and describes it in record. Starts are not
 /// checked: the caller keeps them at 0 or above. False, with a line on standard output, for null images or a
 /// region that ends beyond the source.

@@ -12,31 +12,22 @@ namespace brantel {
 namespace {
 
 constexpr std::int32_t productCount = 3;  // xx, yy, xy
-constexpr std::int32_t window = 5;        // rows and columns of the smoothing filter
-constexpr std::int32_t reach = window / 2;
+constexpr std::int32_t windowRows = 5;    // of the smoothing filter
+constexpr std::int32_t reach = windowRows / 2;
 
-/// The rows of products that the vertical filter still needs.
+/// The rows of products that the vertical filter still needs, xx, yy and xy of a row one behind the other.
 class ProductRing {
   public:
     ProductRing(float* memory, std::int64_t cols) : memory_(memory), cols_(cols) {}
 
-    float* row(std::int32_t product, std::int64_t r) {
-        return memory_ + (product * window + r % window) * cols_;
-    }
-    float* filtered(std::int32_t product) { return memory_ + (productCount * window + product) * cols_; }
+    float* row(std::int64_t r) { return memory_ + r % windowRows * productCount * cols_; }
+    float* filtered() { return memory_ + windowRows * productCount * cols_; }
 
-    void compute(const simd::Kernels& kernels, const std::uint8_t* grey, std::int64_t r, std::int64_t first,
-                 std::int64_t last) {
+    void compute(const std::uint8_t* grey, std::int64_t r, std::int64_t first, std::int64_t last) {
         const std::uint8_t* at = grey + r * cols_;
-        kernels.gradientRow(at - cols_, at, at + cols_, first, last, row(0, r), row(1, r), row(2, r));
-    }
-
-    void filter(const simd::Kernels& kernels, std::int64_t r, std::int64_t first, std::int64_t last) {
-        for (std::int32_t product = 0; product < productCount; ++product) {
-            simd::RowWindow rows{};
-            for (std::int32_t t = 0; t < window; ++t) rows.rows[t] = row(product, r - reach + t);
-            kernels.filterColumns(rows, responseKernel, first, last, filtered(product));
-        }
+        float* xx = row(r);
+        simd::cornerKernels().gradientRow(at - cols_, at, at + cols_, first, last, xx, xx + cols_,
+                                          xx + 2 * cols_);
     }
 
   private:
@@ -47,8 +38,8 @@ class ProductRing {
 /// Appends the maxima of a response row, each the largest of its 3 x 3 neighbourhood.
 void findMaxima(const float* above, const float* at, const float* below, std::int32_t r, std::int32_t cols,
                 CornerSelection& selection) {
-    const std::int64_t found = simd::kernels().maximaInRow(above, at, below, 0.0F, harrisBorder,
-                                                           cols - harrisBorder, selection.columns.data());
+    const std::int64_t found = simd::cornerKernels().maximaInRow(
+        above, at, below, 0.0F, harrisBorder, cols - harrisBorder, selection.columns.data());
     for (std::int64_t i = 0; i < found; ++i) {
         const std::int32_t x = selection.columns[static_cast<std::size_t>(i)];
         selection.values.push_back(at[x]);
@@ -72,7 +63,6 @@ void keepAbove(float threshold, CornerSelection& selection) {
 /// maxima are collected first; three rows of the response are alive at a time, and what lies outside the
 /// border counts as 0.
 void findCorners(const std::uint8_t* grey, std::int32_t rows, std::int32_t cols, HarrisImages& images) {
-    const simd::Kernels& kernels = simd::kernels();
     ProductRing ring(images.products.data(), cols);
     const std::int64_t first = harrisBorder;
     const std::int64_t last = std::int64_t{cols} - harrisBorder;
@@ -81,18 +71,23 @@ void findCorners(const std::uint8_t* grey, std::int32_t rows, std::int32_t cols,
     std::memset(images.response.data(), 0, static_cast<std::size_t>(3 * cols) * sizeof(float));
     images.selection.columns.resize(static_cast<std::size_t>(cols));
     for (std::int64_t r = first - reach; r < first + reach; ++r)
-        ring.compute(kernels, grey, r, first - reach, last + reach);
+        ring.compute(grey, r, first - reach, last + reach);
     float sum = 0;
     for (std::int32_t r = harrisBorder; r < lastRow; ++r) {
-        ring.compute(kernels, grey, r + reach, first - reach, last + reach);
-        ring.filter(kernels, r, first - reach, last + reach);
-        float* line = response(r);
-        kernels.responseRow({ring.filtered(0), ring.filtered(1), ring.filtered(2)}, responseKernel, harrisK,
-                            first, last, line);
-        for (std::int64_t x = first; x < last; ++x) sum += line[x];  // one accumulator, row by row
+        ring.compute(grey, r + reach, first - reach, last + reach);
+        const simd::HarrisRow row{
+            {ring.row(r - 2), ring.row(r - 1), ring.row(r), ring.row(r + 1), ring.row(r + 2)},
+            cols,
+            ring.filtered(),
+            responseKernel,
+            harrisK,
+            response(r),
+            response(r - 1)};
+        sum = simd::cornerKernels().harrisRow(row, first, last, sum);
         if (r > harrisBorder)
-            findMaxima(response(r - 2), response(r - 1), line, r - 1, cols, images.selection);
+            findMaxima(response(r - 2), response(r - 1), response(r), r - 1, cols, images.selection);
     }
+    for (std::int64_t x = first; x < last; ++x) sum += response(lastRow - 1)[x];
     std::memset(response(lastRow), 0, static_cast<std::size_t>(cols) * sizeof(float));
     findMaxima(response(lastRow - 2), response(lastRow - 1), response(lastRow), lastRow - 1, cols,
                images.selection);
@@ -115,7 +110,7 @@ const std::uint8_t* reduceFrame(const std::uint8_t* frame, const ImageDesc& reco
 
 void HarrisImages::ensure(std::int64_t rows, std::int64_t cols) {
     grey.ensure(rows * cols);
-    products.ensure(productCount * (window + 1) * cols);
+    products.ensure(productCount * (windowRows + 1) * cols);
     response.ensure(3 * cols);
 }
 

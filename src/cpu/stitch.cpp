@@ -170,8 +170,7 @@ bool stitchingImageImageblend(CpuBackend& cpu, const CallFrames& frames) {
     cpu.seam.ensure(size, frame.isFull);
     cpu.previousStore.ensure(size.pixels() + size.cols);
     const bool merged = mergeInPlace(cpu.mosaic, size, &cpu.workers, [&](const CanvasWindow& window) {
-        blendSeam(window.pixels, window.stride, frame, size, cpu.seam, cpu.previousStore.data(),
-                  &cpu.workers);
+        blendSeam(window, frame, size, cpu.seam, cpu.previousStore.data(), &cpu.workers);
         return true;
     });
     if (!merged) return false;

@@ -5,16 +5,32 @@
 
 namespace brantel::simd {
 
-/// Three rows of gradient products, or of what the vertical filter made of them.
-struct ProductRows {
-    float* xx;
-    float* yy;
-    float* xy;
+/// One row of the Harris response and what it is made of. All rows are addressed by the same columns.
+struct HarrisRow {
+    const float* products[5];  // of five neighbouring rows, top to bottom: xx; yy and xy follow
+    std::int64_t plane;        // elements from xx to yy and from yy to xy
+    float* filtered;           // scratch of three such rows
+    const float* kernel;       // of the 5-tap filters
+    float k;
+    float* response;
+    const float* responseAbove;
 };
 
-/// Five neighbouring rows of a product, top to bottom.
-struct RowWindow {
-    const float* rows[5];
+constexpr std::int64_t maximaSlack = 16;
+
+struct CornerKernels {
+    /// Gradient products of one row at columns first to last - 1, from the rows above, at and below it.
+    void (*gradientRow)(const std::uint8_t* above, const std::uint8_t* at, const std::uint8_t* below,
+                        std::int64_t first, std::int64_t last, float* xx, float* yy, float* xy);
+    /// Both 5-tap filters of the three products and the response at columns first to last - 1; reads 2
+    /// columns to each side. Responses that are not positive become 0. Returns sum with the responses of the
+    /// row above added from left to right.
+    float (*harrisRow)(const HarrisRow& row, std::int64_t first, std::int64_t last, float sum);
+    /// Columns first to last - 1 of the middle row that exceed the threshold and equal the maximum of their 3
+    /// x 3 neighbourhood. Returns how many were written to columns, which has room for last - first +
+    /// maximaSlack: what lies behind them is overwritten.
+    std::int64_t (*maximaInRow)(const float* above, const float* at, const float* below, float threshold,
+                                std::int64_t first, std::int64_t last, std::int32_t* columns);
 };
 
 struct Kernels {
@@ -22,21 +38,6 @@ struct Kernels {
     void (*greyRow)(const std::uint8_t* bgr, std::int64_t pixels, std::uint8_t* grey);
     /// Every second byte.
     void (*halveRow)(const std::uint8_t* row, std::int64_t outPixels, std::uint8_t* out);
-
-    /// Gradient products of one row at columns first to last - 1, from the rows above, at and below it.
-    void (*gradientRow)(const std::uint8_t* above, const std::uint8_t* at, const std::uint8_t* below,
-                        std::int64_t first, std::int64_t last, float* xx, float* yy, float* xy);
-    /// Vertical 5-tap filter of one row at columns first to last - 1.
-    void (*filterColumns)(const RowWindow& window, const float* kernel, std::int64_t first, std::int64_t last,
-                          float* out);
-    /// Horizontal 5-tap filter of the three products and their Harris response at columns first to last - 1;
-    /// reads 2 columns to each side. Responses that are not positive become 0.
-    void (*responseRow)(const ProductRows& filtered, const float* kernel, float k, std::int64_t first,
-                        std::int64_t last, float* response);
-    /// Columns first to last - 1 of the middle row that exceed the threshold and equal the maximum of their 3
-    /// x 3 neighbourhood. Returns how many were written to columns.
-    std::int64_t (*maximaInRow)(const float* above, const float* at, const float* below, float threshold,
-                                std::int64_t first, std::int64_t last, std::int32_t* columns);
 
     /// Sum of squared differences of descriptors whose values are at most 6400. Gives up, with some value
     /// above limit, once the sum exceeds it.
@@ -94,14 +95,17 @@ struct SeamKernels {
 
 namespace baseline {
 const Kernels& table();
+const CornerKernels& cornerTable();
 const SeamKernels& seamTable();
 }  // namespace baseline
 namespace avx2 {
 const Kernels& table();
+const CornerKernels& cornerTable();
 const SeamKernels& seamTable();
 }  // namespace avx2
 namespace avx512 {
 const Kernels& table();
+const CornerKernels& cornerTable();
 const SeamKernels& seamTable();
 }  // namespace avx512
 

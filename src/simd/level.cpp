@@ -33,6 +33,18 @@ std::atomic<Level>& level() {
     return active;
 }
 
+template <class Table>
+const Table& ofActiveLevel(const Table& (*baseline)(), const Table& (*avx2)(), const Table& (*avx512)()) {
+    switch (level().load(std::memory_order_relaxed)) {
+        case Level::avx512:
+            return avx512();
+        case Level::avx2:
+            return avx2();
+        default:
+            return baseline();
+    }
+}
+
 }  // namespace
 
 std::vector<Level> supportedLevels() {
@@ -56,25 +68,15 @@ void forceLevel(Level wanted) {
 }
 
 const Kernels& kernels() {
-    switch (level().load(std::memory_order_relaxed)) {
-        case Level::avx512:
-            return avx512::table();
-        case Level::avx2:
-            return avx2::table();
-        default:
-            return baseline::table();
-    }
+    return ofActiveLevel(baseline::table, avx2::table, avx512::table);
+}
+
+const CornerKernels& cornerKernels() {
+    return ofActiveLevel(baseline::cornerTable, avx2::cornerTable, avx512::cornerTable);
 }
 
 const SeamKernels& seamKernels() {
-    switch (level().load(std::memory_order_relaxed)) {
-        case Level::avx512:
-            return avx512::seamTable();
-        case Level::avx2:
-            return avx2::seamTable();
-        default:
-            return baseline::seamTable();
-    }
+    return ofActiveLevel(baseline::seamTable, avx2::seamTable, avx512::seamTable);
 }
 
 }  // namespace brantel::simd

@@ -26,6 +26,7 @@ void forceLevel(Level level);
 
 /// The inner loops of the active level.
 const Kernels& kernels();
+const CornerKernels& cornerKernels();
 const SeamKernels& seamKernels();
 
 }  // namespace brantel::simd

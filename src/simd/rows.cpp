@@ -1,7 +1,9 @@
-// The inner loops as plain C++, compiled once per instruction level (BRANTEL_LEVEL names it) for the compiler
-// to vectorise. Nothing here may call inline functions of other headers: the linker could pick this level's
-// copy for all.
+// The inner loops, compiled once per instruction level (BRANTEL_LEVEL names it), most of them as plain C++
+// for the compiler to vectorise. Nothing here may call inline functions of other headers than Highway's: the
+// linker could pick this level's copy for all.
 #include "simd/kernels.h"
+
+#include <hwy/highway.h>
 
 #include <cstring>
 
@@ -10,6 +12,8 @@
 #endif
 
 namespace brantel::simd::BRANTEL_LEVEL {
+
+namespace hn = hwy::HWY_NAMESPACE;
 
 namespace {
 
@@ -26,52 +30,57 @@ inline uint32_t greyOf(uint32_t blue, uint32_t green, uint32_t red) {
     return (((blue * 114U + green * 587U + red * 299U + 500U) >> 3U) * 33555U) >> 22U;
 }
 
+#if HWY_TARGET != HWY_SCALAR
+
+/// The same in 16 bits: 114 b + 587 g + 299 r is 8 (14 b + 73 g + 37 r) + 2 b + 3 g + 3 r.
+template <class Vector>
+inline Vector greyOf16(const Vector& blue, const Vector& green, const Vector& red) {
+    const hn::DFromV<Vector> d;
+    const auto times = [d](const Vector& v, uint16_t factor) { return hn::Mul(v, hn::Set(d, factor)); };
+    const Vector eighths = hn::Add(hn::Add(times(blue, 14), times(green, 73)), times(red, 37));
+    const Vector warm = hn::Add(green, red);
+    const Vector all = hn::Add(blue, warm);
+    const Vector rest = hn::Add(hn::Add(hn::Add(all, all), warm), hn::Set(d, 500));
+    const Vector sum = hn::Add(eighths, hn::ShiftRight<3>(rest));
+    return hn::ShiftRight<6>(hn::MulHigh(sum, hn::Set(d, 33555)));
+}
+
+/// All whole vectors of a row. Returns how many pixels they hold.
+inline int64_t greyVectors(const uint8_t* bgr, int64_t pixels, uint8_t* grey) {
+    const hn::ScalableTag<uint8_t> d;
+    const hn::RepartitionToWide<decltype(d)> wide;
+    const auto width = static_cast<int64_t>(hn::Lanes(d));
+    const auto low = hn::Set(wide, 255);
+    const auto even = [&](const auto& bytes) { return hn::And(hn::BitCast(wide, bytes), low); };
+    const auto odd = [&](const auto& bytes) { return hn::ShiftRight<8>(hn::BitCast(wide, bytes)); };
+    int64_t done = 0;
+    for (; done + width <= pixels; done += width) {
+        hn::Vec<decltype(d)> blue;
+        hn::Vec<decltype(d)> green;
+        hn::Vec<decltype(d)> red;
+        hn::LoadInterleaved3(d, bgr + 3 * done, blue, green, red);
+        const auto first = greyOf16(even(blue), even(green), even(red));
+        const auto second = greyOf16(odd(blue), odd(green), odd(red));
+        hn::StoreU(hn::BitCast(d, hn::Or(first, hn::ShiftLeft<8>(second))), d, grey + done);
+    }
+    return done;
+}
+
+#else
+
+inline int64_t greyVectors(const uint8_t*, int64_t, uint8_t*) {
+    return 0;
+}
+
+#endif
+
 void greyRow(const uint8_t* bgr, int64_t pixels, uint8_t* __restrict grey) {
-    for (int64_t i = 0; i < pixels; ++i)
+    for (int64_t i = greyVectors(bgr, pixels, grey); i < pixels; ++i)
         grey[i] = static_cast<uint8_t>(greyOf(bgr[3 * i], bgr[3 * i + 1], bgr[3 * i + 2]));
 }
 
 void halveRow(const uint8_t* row, int64_t outPixels, uint8_t* __restrict out) {
     for (int64_t i = 0; i < outPixels; ++i) out[i] = row[2 * i];
-}
-
-void gradientRow(const uint8_t* above, const uint8_t* at, const uint8_t* below, int64_t first, int64_t last,
-                 float* __restrict xx, float* __restrict yy, float* __restrict xy) {
-    for (int64_t c = first; c < last; ++c) {
-        const auto gy = static_cast<int16_t>(2 * (below[c] - above[c]) + below[c - 1] + below[c + 1] -
-                                             above[c - 1] - above[c + 1]);
-        const auto gx = static_cast<int16_t>(2 * (at[c + 1] - at[c - 1]) + above[c + 1] + below[c + 1] -
-                                             above[c - 1] - below[c - 1]);
-        const auto ax = static_cast<float>((gx < 0 ? -gx : gx) >> 2);
-        const auto ay = static_cast<float>((gy < 0 ? -gy : gy) >> 2);
-        xx[c] = ax * ax;  // whole numbers below 2^16: exact in float
-        yy[c] = ay * ay;
-        xy[c] = ax * ay;
-    }
-}
-
-void filterColumns(const RowWindow& window, const float* kernel, int64_t first, int64_t last,
-                   float* __restrict out) {
-    const float k0 = kernel[0], k1 = kernel[1], k2 = kernel[2], k3 = kernel[3], k4 = kernel[4];
-    const float *a = window.rows[0], *b = window.rows[1], *c = window.rows[2], *d = window.rows[3],
-                *e = window.rows[4];
-    for (int64_t x = first; x < last; ++x) out[x] = k0 * a[x] + k1 * b[x] + k2 * c[x] + k3 * d[x] + k4 * e[x];
-}
-
-void responseRow(const ProductRows& filtered, const float* kernel, float k, int64_t first, int64_t last,
-                 float* __restrict response) {
-    const float k0 = kernel[0], k1 = kernel[1], k2 = kernel[2], k3 = kernel[3], k4 = kernel[4];
-    const float* p = filtered.xx;
-    const float* q = filtered.yy;
-    const float* s = filtered.xy;
-    for (int64_t x = first; x < last; ++x) {
-        const float a = k0 * p[x - 2] + k1 * p[x - 1] + k2 * p[x] + k3 * p[x + 1] + k4 * p[x + 2];
-        const float b = k0 * q[x - 2] + k1 * q[x - 1] + k2 * q[x] + k3 * q[x + 1] + k4 * q[x + 2];
-        const float c = k0 * s[x - 2] + k1 * s[x - 1] + k2 * s[x] + k3 * s[x + 1] + k4 * s[x + 2];
-        const float trace = a + b;
-        const float value = a * b - c * c - trace * k * trace;
-        response[x] = value > 0.0F ? value : 0.0F;
-    }
 }
 
 /// Bit i is byte i, which is 0 or 1.
@@ -106,36 +115,6 @@ inline int64_t tiesUp(uint64_t running, uint64_t ties) {
     return up;
 }
 #endif
-
-inline float larger(float a, float b) {
-    return a > b ? a : b;
-}
-
-int64_t maximaInRow(const float* above, const float* at, const float* below, float threshold, int64_t first,
-                    int64_t last, int32_t* columns) {
-    constexpr int64_t block = 64;
-    int64_t found = 0;
-    for (int64_t start = first; start < last; start += block) {
-        const int64_t count = last - start < block ? last - start : block;
-        uint8_t isMaximum[block];
-        int32_t any = 0;
-        for (int64_t i = 0; i < count; ++i) {
-            const int64_t x = start + i;
-            const float rowAbove = larger(larger(above[x - 1], above[x]), above[x + 1]);
-            const float rowBelow = larger(larger(below[x - 1], below[x]), below[x + 1]);
-            const float around = larger(larger(at[x - 1], at[x + 1]), larger(rowAbove, rowBelow));
-            const int32_t here = (at[x] > threshold) & (at[x] >= around);
-            isMaximum[i] = static_cast<uint8_t>(here);
-            any |= here;
-        }
-        if (any == 0) continue;
-        for (int64_t i = 0; i < count; ++i) {
-            columns[found] = static_cast<int32_t>(start + i);
-            found += isMaximum[i];
-        }
-    }
-    return found;
-}
 
 inline uint32_t sumOfSquares(const uint16_t* a, const uint16_t* b, int32_t length) {
     uint32_t sum = 0;
@@ -305,10 +284,9 @@ void fuseRow(const uint8_t* frame, const uint8_t* weights, int64_t pixels, int32
 }  // namespace
 
 const Kernels& table() {
-    static const Kernels kernels = {
-        greyRow,      halveRow,        gradientRow,  filterColumns, responseRow,
-        maximaInRow,  squaredDistance, countInliers, smooth5,       absoluteDifferences,
-        roundedSteps, occupancyRow,    fuseRow};
+    static const Kernels kernels = {greyRow,      halveRow,     squaredDistance,
+                                    countInliers, smooth5,      absoluteDifferences,
+                                    roundedSteps, occupancyRow, fuseRow};
     return kernels;
 }
 

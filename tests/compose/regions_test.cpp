@@ -285,5 +285,22 @@ TEST(CropOverlapPair, RefusesNullImages) {
     }
 }
 
+TEST(PartWithin, IsSeenFromTheWindowsCorner) {
+    const Region window{100, 160, 200, 300};
+    const auto expectPart = [&window](const Region& region, const Region& expected) {
+        const Region part = partWithin(window, region);
+        EXPECT_EQ(part.rowStart, expected.rowStart);
+        EXPECT_EQ(part.rowEnd, expected.rowEnd);
+        EXPECT_EQ(part.colStart, expected.colStart);
+        EXPECT_EQ(part.colEnd, expected.colEnd);
+    };
+    expectPart(window, {0, 60, 0, 100});
+    expectPart({0, 1000, 0, 1000}, {0, 60, 0, 100});
+    expectPart({110, 150, 290, 400}, {10, 50, 90, 100});
+    expectPart({0, 100, 0, 1000}, {0, 0, 0, 100});
+    expectPart({160, 170, 300, 301}, {60, 60, 100, 100});
+    expectPart({0, 5, 0, 5}, {0, 0, 0, 0});
+}
+
 }  // namespace
 }  // namespace brantel

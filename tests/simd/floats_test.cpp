@@ -16,6 +16,7 @@ using Floats = std::vector<float>;
 class FloatLoops : public AtLevel {
   protected:
     const simd::Kernels& kernels() const { return simd::kernels(); }
+    const simd::CornerKernels& corners() const { return simd::cornerKernels(); }
 };
 
 /// Whole numbers as products have them, or fractions as filters leave them.
@@ -38,7 +39,7 @@ TEST_P(FloatLoops, GradientRow) {
         GuardedBuffer<float> xx(cols, place.guard, place.off);
         GuardedBuffer<float> yy(cols, place.guard, place.off);
         GuardedBuffer<float> xy(cols, place.guard, place.off);
-        kernels().gradientRow(at - cols, at, at + cols, 1, cols - 1, xx.data(), yy.data(), xy.data());
+        corners().gradientRow(at - cols, at, at + cols, 1, cols - 1, xx.data(), yy.data(), xy.data());
         Floats expected[3];
         for (Floats& product : expected) product.resize(3 * cols);
         plain::findGradSquareCrossTerms(image->data(), 3, cols, expected[0].data(), expected[1].data(),
@@ -57,13 +58,13 @@ TEST_P(FloatLoops, GradientRowStaysInsideItsColumns) {
     const std::vector<std::uint8_t> image = randomBytes(3 * cols, 5);
     Floats all[3];
     for (Floats& product : all) product.resize(cols);
-    kernels().gradientRow(image.data(), image.data() + cols, image.data() + 2 * cols, 1, cols - 1,
+    corners().gradientRow(image.data(), image.data() + cols, image.data() + 2 * cols, 1, cols - 1,
                           all[0].data(), all[1].data(), all[2].data());
     for (std::int64_t first = 1; first < cols - 1; first += 3)
         for (std::int64_t last = first; last <= cols - 1; last += 5) {
             Floats part[3];
             for (Floats& product : part) product.assign(cols, -7.0F);
-            kernels().gradientRow(image.data(), image.data() + cols, image.data() + 2 * cols, first, last,
+            corners().gradientRow(image.data(), image.data() + cols, image.data() + 2 * cols, first, last,
                                   part[0].data(), part[1].data(), part[2].data());
             for (int p = 0; p < 3; ++p)
                 for (std::int64_t c = 0; c < cols; ++c)
@@ -71,44 +72,55 @@ TEST_P(FloatLoops, GradientRowStaysInsideItsColumns) {
         }
 }
 
-TEST_P(FloatLoops, FilterColumns) {
-    forAllRows([&](std::int64_t count, Contents, const Place& place, std::uint64_t seed) {
-        const auto cols = static_cast<std::int32_t>(count);
-        const auto image = placed(products(5 * count, seed), place);
-        simd::RowWindow window{};
-        for (int t = 0; t < 5; ++t) window.rows[t] = image->data() + t * count;
-        GuardedBuffer<float> out(count, place.guard, place.off);
-        kernels().filterColumns(window, responseKernel, 0, count, out.data());
-        Floats expected(5 * count);
-        plain::filterColumn5(image->data(), responseKernel, 5, cols, expected.data());
-        ASSERT_EQ(valuesOf(out), Floats(expected.begin() + 2 * cols, expected.begin() + 3 * cols));
-        ASSERT_TRUE(out.intact());
-    });
+/// The response of the middle one of five rows of products, from the whole images.
+Floats plainResponse(const Floats* products, std::int32_t cols) {
+    Floats filtered[3];
+    for (int p = 0; p < 3; ++p) {
+        Floats columnFiltered(5 * cols);
+        filtered[p].resize(5 * cols);
+        plain::filterColumn5(products[p].data(), responseKernel, 5, cols, columnFiltered.data());
+        plain::filterRow5(columnFiltered.data(), responseKernel, 5, cols, filtered[p].data());
+    }
+    Floats response(cols);
+    for (std::int64_t x = 2; x < cols - 2; ++x) {
+        const float a = filtered[0][2 * cols + x];
+        const float b = filtered[1][2 * cols + x];
+        const float c = filtered[2][2 * cols + x];
+        const float trace = a + b;
+        response[x] = std::max(a * b - c * c - trace * harrisK * trace, 0.0F);
+    }
+    return response;
 }
 
-TEST_P(FloatLoops, ResponseRow) {
+TEST_P(FloatLoops, HarrisRow) {
     forAllRows([&](std::int64_t inner, Contents, const Place& place, std::uint64_t seed) {
         const auto cols = static_cast<std::int32_t>(inner + 4);
-        std::unique_ptr<GuardedBuffer<float>> rows[3];
-        Floats filtered[3];
-        for (int p = 0; p < 3; ++p) {
-            rows[p] = placed(products(cols, 3 * seed + p), place);
-            filtered[p].resize(cols);
-            plain::filterRow5(rows[p]->data(), responseKernel, 1, cols, filtered[p].data());
+        Floats images[3];
+        for (int p = 0; p < 3; ++p) images[p] = products(5 * cols, 3 * seed + p);
+        std::unique_ptr<GuardedBuffer<float>> rows[5];
+        simd::HarrisRow row{};
+        for (int t = 0; t < 5; ++t) {
+            Floats line;  // the three products one behind the other
+            for (const Floats& image : images)
+                line.insert(line.end(), image.begin() + t * cols, image.begin() + (t + 1) * cols);
+            rows[t] = placed(line, place);
+            row.products[t] = rows[t]->data();
         }
+        const auto above = placed(products(cols, seed + 1), place);
+        GuardedBuffer<float> filtered(3 * cols, place.guard, place.off);
         GuardedBuffer<float> out(cols, place.guard, place.off);
-        kernels().responseRow({rows[0]->data(), rows[1]->data(), rows[2]->data()}, responseKernel, harrisK, 2,
-                              cols - 2, out.data());
-        Floats expected(cols);
-        for (std::int64_t x = 2; x < cols - 2; ++x) {
-            const float a = filtered[0][x];
-            const float b = filtered[1][x];
-            const float c = filtered[2][x];
-            const float trace = a + b;
-            expected[x] = std::max(a * b - c * c - trace * harrisK * trace, 0.0F);
-        }
-        ASSERT_EQ(valuesOf(out), expected);
-        ASSERT_TRUE(out.intact());
+        row.plane = cols;
+        row.filtered = filtered.data();
+        row.kernel = responseKernel;
+        row.k = harrisK;
+        row.response = out.data();
+        row.responseAbove = above->data();
+        float sum = static_cast<float>(seed) * 1000.3F;
+        const float found = corners().harrisRow(row, 2, cols - 2, sum);
+        for (std::int64_t x = 2; x < cols - 2; ++x) sum += (*above)[x];
+        ASSERT_EQ(found, sum);
+        ASSERT_EQ(valuesOf(out), plainResponse(images, cols));
+        ASSERT_TRUE(out.intact() && filtered.intact());
     });
 }
 
@@ -129,9 +141,9 @@ TEST_P(FloatLoops, MaximaInRow) {
                 for (int c = -1; c <= 1; ++c) maximum = std::max(maximum, at[r * cols + x + c]);
             if (maximum > threshold && maximum == at[x]) expected.push_back(static_cast<std::int32_t>(x));
         }
-        GuardedBuffer<std::int32_t> columns(inner, place.guard, place.off);
+        GuardedBuffer<std::int32_t> columns(inner + simd::maximaSlack, place.guard, place.off);
         const std::int64_t found =
-            kernels().maximaInRow(at - cols, at, at + cols, threshold, 1, cols - 1, columns.data());
+            corners().maximaInRow(at - cols, at, at + cols, threshold, 1, cols - 1, columns.data());
         ASSERT_EQ(std::vector<std::int32_t>(columns.begin(), columns.begin() + found), expected);
         ASSERT_TRUE(columns.intact());
     });
