@@ -69,7 +69,7 @@ Twins descriptors(const Material& m) {
             [=, &m] { *points = m.currentFeatures.corners; }};
 }
 
-/// Everything a worker does for its frame.
+/// Everything that is done for a frame, on one thread.
 Twins featureJob(const Material& m) {
     auto plainStage =
         std::make_shared<plain::FeatureStage>(m.size.rows, m.size.cols, m.size.channels, CornerTuning{});
@@ -77,7 +77,8 @@ Twins featureJob(const Material& m) {
     return {[=, &m] { plainStage->run(m.current.data(), nullptr); },
             [=, &m] {
                 side->features.corners.clear();
-                runFeatureJob(*side, m.current.data(), m.desc(), {}, CornerTuning{});
+                makeGrey(m.current.data(), m.desc(), side->grey, nullptr);
+                describeGrey(*side, side->grey.data(), m.size.rows, m.size.cols, {}, CornerTuning{});
             },
             {}};
 }

@@ -4,9 +4,10 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "common/crew.h"
 #include "compose/regions.h"
-#include "cpu/image_ops.h"
 #include "registration/register_frames.h"
+#include "simd/level.h"
 
 namespace brantel {
 
@@ -44,14 +45,20 @@ ExpectedOverlap expectedOverlap(FrameRole role, const ExpectedShift& shift, std:
             rightColumns ? cols : cols - dx};
 }
 
-void makeGrey(const std::uint8_t* frame, const ImageDesc& record, Buffer<std::uint8_t>& grey) {
-    grey.ensure(record.pixels() + record.cols);
+void makeGrey(const std::uint8_t* frame, const ImageDesc& record, Buffer<std::uint8_t>& grey,
+              WorkerPair* workers) {
+    constexpr std::int64_t rowGrain = 32;  // rows handed out at a time
+    const std::int64_t cols = record.cols;
+    grey.ensure(record.pixels() + cols);
     if (record.channels == 3) {
-        rgb2gray(frame, record.rows, record.cols, grey.data());
+        const auto greyRow = simd::kernels().greyRow;
+        shareLoop(workers, record.rows, rowGrain, [&](std::int64_t first, std::int64_t last, std::int32_t) {
+            greyRow(frame + 3 * first * cols, (last - first) * cols, grey.data() + first * cols);
+        });
     } else {
         std::memcpy(grey.data(), frame, static_cast<std::size_t>(record.pixels()));
     }
-    std::memset(grey.data() + record.pixels(), 0, static_cast<std::size_t>(record.cols));
+    std::memset(grey.data() + record.pixels(), 0, static_cast<std::size_t>(cols));
 }
 
 void describeGrey(FeatureSide& side, const std::uint8_t* grey, std::int32_t rows, std::int32_t cols,
@@ -62,12 +69,6 @@ void describeGrey(FeatureSide& side, const std::uint8_t* grey, std::int32_t rows
         findHarrisCornerCoordianteFun(grey, {0, 1, rows, cols}, tuning, side.images, side.features.corners);
     }
     describeCorners(side.features, grey, rows, cols, side.scratch);
-}
-
-void runFeatureJob(FeatureSide& side, const std::uint8_t* frame, const ImageDesc& record,
-                   const ExpectedShift& expected, const CornerTuning& tuning) {
-    makeGrey(frame, record, side.grey);
-    describeGrey(side, side.grey.data(), record.rows, record.cols, expected, tuning);
 }
 
 }  // namespace brantel

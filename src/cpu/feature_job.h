@@ -1,4 +1,4 @@
-// What a worker does with its frame: grey image, corners, descriptors.
+// A frame's features: grey image, and what a worker finds in it, corners and their descriptors.
 #pragma once
 
 #include <cstdint>
@@ -6,6 +6,7 @@
 #include "common/buffer.h"
 #include "common/tuning.h"
 #include "common/types.h"
+#include "common/worker_pair.h"
 #include "cpu/detection.h"
 #include "registration/consensus.h"
 
@@ -40,16 +41,13 @@ struct FeatureSide {
     void reset() { *this = FeatureSide(role); }
 };
 
-/// Grey image of a packed frame with a zeroed row behind it.
-void makeGrey(const std::uint8_t* frame, const ImageDesc& record, Buffer<std::uint8_t>& grey);
+/// Grey image of a packed frame with a zeroed row behind it. Idle workers lend a hand; may be null.
+void makeGrey(const std::uint8_t* frame, const ImageDesc& record, Buffer<std::uint8_t>& grey,
+              WorkerPair* workers);
 
 /// Fills side.features from a grey image with a zeroed row behind it. Corners are appended: the list is
 /// emptied by who hands the job over.
 void describeGrey(FeatureSide& side, const std::uint8_t* grey, std::int32_t rows, std::int32_t cols,
                   const ExpectedShift& expected, const CornerTuning& tuning);
-
-/// Both for a packed frame, whose grey image stays in side.grey.
-void runFeatureJob(FeatureSide& side, const std::uint8_t* frame, const ImageDesc& record,
-                   const ExpectedShift& expected, const CornerTuning& tuning);
 
 }  // namespace brantel

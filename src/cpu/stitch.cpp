@@ -49,7 +49,7 @@ void describePrevious(CpuBackend& cpu, const CallFrames& frames) {
     const bool fromTemplate = frames.first == nullptr && cpu.mosaic.hasTemplate;
     cpu.templateFeatures.valid = false;
     if (frames.first != nullptr) {
-        makeGrey(frames.first, record, cpu.previousSide.grey);
+        makeGrey(frames.first, record, cpu.previousSide.grey, nullptr);
     } else if (!fromTemplate) {
         cpu.previousSide.grey.ensure(record.pixels() + record.cols);
         std::memset(cpu.previousSide.grey.data(), 0, static_cast<std::size_t>(record.pixels() + record.cols));
@@ -131,7 +131,13 @@ bool imageMosaicFun(CpuBackend& cpu, const CallFrames& frames) {
     auto model = [&] {
         if (!known) describePrevious(cpu, frames);
     };
-    auto match = [&] { runFeatureJob(cpu.currentSide, frames.current, record, cpu.expected, cpu.tuning); };
+    auto match = [&] {
+        describeGrey(cpu.currentSide, cpu.currentSide.grey.data(), record.rows, record.cols, cpu.expected,
+                     cpu.tuning);
+    };
+    // Before the jobs: the previous frame of a stream is grey already, so that its worker would be done
+    // early.
+    makeGrey(frames.current, record, cpu.currentSide.grey, &cpu.workers);
     return registerFrames(cpu.workers, Job::of(model), Job::of(match), cpu.previousSide.features,
                           cpu.currentSide.features, record.rows, record.cols, cpu.mosaic.record,
                           cpu.estimation, known);

@@ -52,16 +52,24 @@ struct Kernels {
                     std::uint8_t* out);
     std::int64_t (*absoluteDifferences)(const std::uint8_t* a, const std::uint8_t* b, std::int64_t count);
 
-    /// By how many steps of 2^spacingBits (1 to 8) a float sum grows when 64 bytes are added one by one, each
-    /// time rounding to a multiple of the spacing, ties to the even one. parity is that of the sum / spacing.
-    std::int64_t (*roundedSteps)(const std::uint8_t* bytes, std::int32_t spacingBits, std::int64_t parity);
-
     /// 255 where a pixel's grey value is above 0, else 0. Returns whether any was 0.
     bool (*occupancyRow)(const std::uint8_t* row, std::int64_t pixels, std::int32_t channels,
                          std::uint8_t* occupied);
     /// Blends one row of the frame into the canvas row, in place on the canvas.
     void (*fuseRow)(const std::uint8_t* frame, const std::uint8_t* weights, std::int64_t pixels,
                     std::int32_t channels, std::uint8_t* canvas);
+};
+
+struct SumKernels {
+    std::int64_t (*sumOfBytes)(const std::uint8_t* bytes, std::int64_t count);
+    /// Copies bytes, those up to the level as 0. Returns how many are above it.
+    std::int64_t (*keepGreater)(const std::uint8_t* bytes, std::int64_t count, std::uint8_t level,
+                                std::uint8_t* out);
+    /// By how many steps of 2^spacingBits (1 to 8) a float sum grows when so many times 64 bytes are added
+    /// one by one, each time rounding to a multiple of the spacing, ties to the even one. parity is that of
+    /// the sum / spacing.
+    std::int64_t (*roundedSteps)(const std::uint8_t* bytes, std::int64_t blocks, std::int32_t spacingBits,
+                                 std::int64_t parity);
 };
 
 /// Rows that the distance transform advances side by side, in "skewed" order: element [t * seamLanes + i] is
@@ -96,16 +104,19 @@ struct SeamKernels {
 namespace baseline {
 const Kernels& table();
 const CornerKernels& cornerTable();
+const SumKernels& sumTable();
 const SeamKernels& seamTable();
 }  // namespace baseline
 namespace avx2 {
 const Kernels& table();
 const CornerKernels& cornerTable();
+const SumKernels& sumTable();
 const SeamKernels& seamTable();
 }  // namespace avx2
 namespace avx512 {
 const Kernels& table();
 const CornerKernels& cornerTable();
+const SumKernels& sumTable();
 const SeamKernels& seamTable();
 }  // namespace avx512
 

@@ -75,6 +75,10 @@ const CornerKernels& cornerKernels() {
     return ofActiveLevel(baseline::cornerTable, avx2::cornerTable, avx512::cornerTable);
 }
 
+const SumKernels& sumKernels() {
+    return ofActiveLevel(baseline::sumTable, avx2::sumTable, avx512::sumTable);
+}
+
 const SeamKernels& seamKernels() {
     return ofActiveLevel(baseline::seamTable, avx2::seamTable, avx512::seamTable);
 }

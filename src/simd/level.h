@@ -27,6 +27,7 @@ void forceLevel(Level level);
 /// The inner loops of the active level.
 const Kernels& kernels();
 const CornerKernels& cornerKernels();
+const SumKernels& sumKernels();
 const SeamKernels& seamKernels();
 
 }  // namespace brantel::simd

@@ -7,10 +7,6 @@
 
 #include <cstring>
 
-#if defined(__BMI2__)
-#include <immintrin.h>
-#endif
-
 namespace brantel::simd::BRANTEL_LEVEL {
 
 namespace hn = hwy::HWY_NAMESPACE;
@@ -83,39 +79,6 @@ void halveRow(const uint8_t* row, int64_t outPixels, uint8_t* __restrict out) {
     for (int64_t i = 0; i < outPixels; ++i) out[i] = row[2 * i];
 }
 
-/// Bit i is byte i, which is 0 or 1.
-inline uint64_t bits64(const uint8_t* bytes) {
-    uint64_t bits = 0;
-    for (int32_t k = 0; k < 8; ++k) {
-        uint64_t word = 0;
-        std::memcpy(&word, bytes + 8 * k, sizeof word);  // x86 is little-endian
-        // gathers the lowest bit of each byte in the top byte
-        bits |= ((word * 0x0102040810204080ULL) >> 56U) << (8 * k);
-    }
-    return bits;
-}
-
-/// A tie goes up where the running parity is odd, and leaves an even sum: what counts is the parity since the
-/// tie before it.
-#if defined(__BMI2__)
-inline int64_t tiesUp(uint64_t running, uint64_t ties) {
-    const uint64_t atTies = _pext_u64(running, ties);
-    const uint64_t up = atTies ^ (atTies << 1U);
-    return static_cast<int64_t>(_mm_popcnt_u64(up & _pext_u64(ties, ties)));
-}
-#else
-inline int64_t tiesUp(uint64_t running, uint64_t ties) {
-    int64_t up = 0;
-    int64_t before = 0;
-    for (; ties != 0; ties &= ties - 1U) {
-        const int64_t parity = (running & ties & (0U - ties)) != 0 ? 1 : 0;  // at the lowest tie
-        up += parity ^ before;
-        before = parity;
-    }
-    return up;
-}
-#endif
-
 inline uint32_t sumOfSquares(const uint16_t* a, const uint16_t* b, int32_t length) {
     uint32_t sum = 0;
     for (int32_t k = 0; k < length; ++k) {
@@ -168,31 +131,6 @@ int64_t absoluteDifferences(const uint8_t* a, const uint8_t* b, int64_t count) {
         sum += part;
     }
     return sum;
-}
-
-int64_t roundedSteps(const uint8_t* bytes, int32_t spacingBits, int64_t parity) {
-    // Everything stays in bytes, 64 lanes at once: a spacing of 256 leaves no bit of the quotient in them.
-    const auto half = static_cast<uint8_t>(1 << (spacingBits - 1));
-    const auto rest = static_cast<uint8_t>((1 << spacingBits) - 1);
-    const auto lowest = static_cast<uint8_t>(1 << spacingBits);  // of the quotient
-    uint8_t odd[64];  // the quotient, or for a tie the smaller one, is odd
-    uint8_t tie[64];
-    int32_t multiples = 0;
-    int32_t roundedUp = 0;
-    for (int64_t i = 0; i < 64; ++i) {
-        const uint8_t remainder = bytes[i] & rest;
-        const uint8_t up = remainder > half ? 1 : 0;
-        const uint8_t oddQuotient = (bytes[i] & lowest) != 0 ? 1 : 0;
-        multiples += bytes[i] - remainder;
-        roundedUp += up;
-        odd[i] = oddQuotient ^ up;
-        tie[i] = remainder == half ? 1 : 0;
-    }
-    const int32_t steps = (multiples >> spacingBits) + roundedUp;
-    uint64_t running = bits64(odd);  // bit i: parity of the sum behind byte i, ties left aside
-    for (int32_t shift = 1; shift < 64; shift *= 2) running ^= running << shift;
-    if (parity != 0) running = ~running;
-    return steps + tiesUp(running, bits64(tie));
 }
 
 struct Extremes {
@@ -284,9 +222,9 @@ void fuseRow(const uint8_t* frame, const uint8_t* weights, int64_t pixels, int32
 }  // namespace
 
 const Kernels& table() {
-    static const Kernels kernels = {greyRow,      halveRow,     squaredDistance,
-                                    countInliers, smooth5,      absoluteDifferences,
-                                    roundedSteps, occupancyRow, fuseRow};
+    static const Kernels kernels = {greyRow,      halveRow, squaredDistance,
+                                    countInliers, smooth5,  absoluteDifferences,
+                                    occupancyRow, fuseRow};
     return kernels;
 }
 

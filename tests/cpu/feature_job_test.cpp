@@ -68,10 +68,17 @@ TEST(ExpectedOverlap, BothPartsAlwaysHaveTheSameSize) {
         }
 }
 
+/// A frame as it comes, on one thread.
+void findFeatures(FeatureSide& side, const std::uint8_t* frame, const ImageDesc& record,
+                  const ExpectedShift& expected, const CornerTuning& tuning) {
+    makeGrey(frame, record, side.grey, nullptr);
+    describeGrey(side, side.grey.data(), record.rows, record.cols, expected, tuning);
+}
+
 std::vector<CornerPoint> cornersOf(FrameRole role, const Bytes& frame, std::int32_t channels,
                                    const ExpectedShift& expected) {
     FeatureSide side(role);
-    runFeatureJob(side, frame.data(), {0, channels, rows, cols}, expected, CornerTuning::forDensity(1));
+    findFeatures(side, frame.data(), {0, channels, rows, cols}, expected, CornerTuning::forDensity(1));
     return side.features.corners;
 }
 
@@ -124,14 +131,14 @@ TEST(FeatureJob, AnExpectedShiftAsLargeAsTheFrameLeavesNoCorner) {
 TEST(FeatureJob, OneChannelIsTakenAsItIsThreeAreConverted) {
     const Bytes grey = test::makePicture(test::Texture::fine, rows, cols, 1, 4).pixels;
     FeatureSide one(FrameRole::previous);
-    runFeatureJob(one, grey.data(), {0, 1, rows, cols}, {}, CornerTuning::forDensity(1));
+    findFeatures(one, grey.data(), {0, 1, rows, cols}, {}, CornerTuning::forDensity(1));
     EXPECT_TRUE(std::equal(grey.begin(), grey.end(), one.grey.data()));
 
     const Bytes colour = test::makePicture(test::Texture::fine, rows, cols, 3, 5).pixels;
     Bytes converted(grey.size());
     rgb2gray(colour.data(), rows, cols, converted.data());
     FeatureSide three(FrameRole::current);
-    runFeatureJob(three, colour.data(), {0, 3, rows, cols}, {}, CornerTuning::forDensity(1));
+    findFeatures(three, colour.data(), {0, 3, rows, cols}, {}, CornerTuning::forDensity(1));
     EXPECT_TRUE(std::equal(converted.begin(), converted.end(), three.grey.data()));
     EXPECT_EQ(three.features.corners, cornersOf(FrameRole::current, converted, 1, {}));
 }
@@ -141,9 +148,9 @@ TEST(FeatureJob, DescribesEveryCornerWithAZeroRowBehindTheGreyImage) {
     FeatureSide side(FrameRole::previous);
     // a larger frame before leaves its samples where the zero row has to be
     const Bytes larger(static_cast<std::size_t>(rows + 20) * cols, 99);
-    runFeatureJob(side, larger.data(), {0, 1, rows + 20, cols}, {}, CornerTuning::forDensity(1));
+    findFeatures(side, larger.data(), {0, 1, rows + 20, cols}, {}, CornerTuning::forDensity(1));
     side.features.corners.clear();
-    runFeatureJob(side, frame.data(), {0, 1, rows, cols}, {}, CornerTuning::forDensity(1));
+    findFeatures(side, frame.data(), {0, 1, rows, cols}, {}, CornerTuning::forDensity(1));
     EXPECT_EQ(std::count(side.grey.data() + rows * cols, side.grey.data() + (rows + 1) * cols, 0), cols);
 
     Bytes grey = frame;

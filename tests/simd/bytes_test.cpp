@@ -1,9 +1,12 @@
 // The loops over bytes, each against the same thing written out.
 #include <cmath>
+#include <numeric>
 
+#include <numeric>
 #include "common/tuning.h"
 #include "plain/image_ops.h"
 #include "plain/weights.h"
+
 #include "simd/at_level.h"
 #include "simd/rows.h"
 
@@ -15,6 +18,7 @@ using Bytes = std::vector<std::uint8_t>;
 class ByteLoops : public AtLevel {
   protected:
     const simd::Kernels& kernels() const { return simd::kernels(); }
+    const simd::SumKernels& sums() const { return simd::sumKernels(); }
 };
 
 TEST_P(ByteLoops, GreyRow) {
@@ -122,13 +126,42 @@ TEST_P(ByteLoops, FuseRow) {
         });
 }
 
+TEST_P(ByteLoops, SumOfBytes) {
+    forAllRows([&](std::int64_t count, Contents contents, const Place& place, std::uint64_t seed) {
+        const auto in = placed(bytesOf(contents, count, seed), place);
+        ASSERT_EQ(sums().sumOfBytes(in->data(), count),
+                  std::accumulate(in->begin(), in->end(), std::int64_t{0}));
+    });
+    const Bytes white(20000000, 255);  // more than 32 bits
+    EXPECT_EQ(sums().sumOfBytes(white.data(), 20000000), 5100000000);
+}
+
+TEST_P(ByteLoops, KeepGreater) {
+    forAllRows([&](std::int64_t count, Contents contents, const Place& place, std::uint64_t seed) {
+        const auto in = placed(bytesOf(contents, count, seed), place);
+        for (const int level : {0, 1, 10, 254, 255}) {
+            GuardedBuffer<std::uint8_t> out(count, place.guard, place.off);
+            Bytes expected = valuesOf(*in);
+            std::int64_t greater = 0;
+            for (std::uint8_t& value : expected) {
+                greater += value > level ? 1 : 0;
+                if (value <= level) value = 0;
+            }
+            ASSERT_EQ(sums().keepGreater(in->data(), count, static_cast<std::uint8_t>(level), out.data()),
+                      greater);
+            ASSERT_EQ(valuesOf(out), expected);
+            ASSERT_TRUE(out.intact());
+        }
+    });
+}
+
 /// Adds bytes to parity * 2^spacingBits, counting in steps of 2^spacingBits, ties to even.
-std::int64_t stepsInOrder(const std::uint8_t* bytes, std::int32_t spacingBits, std::int64_t parity) {
+std::int64_t stepsInOrder(const Bytes& bytes, std::int32_t spacingBits, std::int64_t parity) {
     const std::int64_t spacing = std::int64_t{1} << spacingBits;
     std::int64_t sum = parity;
-    for (int i = 0; i < 64; ++i) {
-        const std::int64_t rest = bytes[i] % spacing;
-        sum += bytes[i] / spacing;
+    for (const std::uint8_t value : bytes) {
+        const std::int64_t rest = value % spacing;
+        sum += value / spacing;
         if (2 * rest > spacing || (2 * rest == spacing && sum % 2 != 0)) ++sum;
     }
     return sum - parity;
@@ -140,7 +173,8 @@ TEST_P(ByteLoops, RoundedSteps) {
         for (std::int64_t parity : {0, 1})
             for (std::uint64_t seed = 1; seed <= 200; ++seed)
                 for (const int kind : {0, 1, 2}) {
-                    Bytes values = bytesOf(allContents[kind == 0 ? seed % 6 : 0], 64, seed);
+                    const auto blocks = static_cast<std::int64_t>(seed % 5);
+                    Bytes values = bytesOf(allContents[kind == 0 ? seed % 6 : 0], 64 * blocks, seed);
                     const int half = 1 << (spacingBits - 1);
                     for (auto& value : values) {  // ties only, ties and near-ties
                         if (kind == 1) value = static_cast<std::uint8_t>((value & ~(2 * half - 1)) | half);
@@ -150,8 +184,8 @@ TEST_P(ByteLoops, RoundedSteps) {
                     }
                     const Place& place = places[seed % 6];
                     const auto bytes = placed(values, place);
-                    ASSERT_EQ(kernels().roundedSteps(bytes->data(), spacingBits, parity),
-                              stepsInOrder(bytes->data(), spacingBits, parity))
+                    ASSERT_EQ(sums().roundedSteps(bytes->data(), blocks, spacingBits, parity),
+                              stepsInOrder(values, spacingBits, parity))
                         << spacingBits << " bits, parity " << parity << ", seed " << seed << ", kind "
                         << kind;
                 }

@@ -45,7 +45,7 @@ class Sums : public AtLevel {
         for (const std::uint8_t value : bytes)
             if (value > level) plain_.add(value);
     }
-    bool same() const { return bitsOf(sum_.mean()) == bitsOf(plain_.mean()); }
+    bool same() { return bitsOf(sum_.mean()) == bitsOf(plain_.mean()); }
 
     OrderedSum sum_;
     PlainSum plain_;
