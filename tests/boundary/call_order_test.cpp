@@ -20,12 +20,8 @@ class CallOrder : public BoundaryTest {
         GuardedFrame second = frame(20, 8, rows, cols, channels);
         return stitch(first.get(), second.get(), 0).result;
     }
-    /// Without the line that the search-match thread writes whenever it gets to start.
     static Lines linesOfTeardown() {
-        Lines lines = captureLines([] { EXPECT_TRUE(uinitJoint()); });
-        lines.erase(std::remove(lines.begin(), lines.end(), "findHarrisCornerCoordianteThreadTwo in"),
-                    lines.end());
-        return lines;
+        return withoutStartLine(captureLines([] { EXPECT_TRUE(uinitJoint()); }));
     }
 };
 
