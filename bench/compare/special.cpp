@@ -109,7 +109,8 @@ Outcome runGrowth() {
     for (int round = 0; round < 3; ++round) {
         {
             Placement moved = placement;
-            Region painted{occupied.y, occupied.br().y, occupied.x, occupied.br().x};
+            PaintedRows painted(rows);
+            painted.add({occupied.y, occupied.br().y, occupied.x, occupied.br().x});
             const Stopwatch watch;
             const cv::Mat grown = growCanvasForFrame(canvas, frameRows, frameCols, {200, 0}, frameRows,
                                                      frameCols, &moved, &painted, &workers);
@@ -139,7 +140,7 @@ Outcome runHandOff() {
     Outcome outcome;
     for (int i = 0; i < 5000; ++i) {
         const Stopwatch watch;
-        require(workers.begin(Job::of(nothing), Job::of(nothing)) && workers.wait(), "the workers refused");
+        require(workers.runBoth(Job::of(nothing), Job::of(nothing)), "the workers refused");
         addTo(outcome, "hand-off", watch);
     }
     workers.clearRunFlags();

@@ -19,7 +19,7 @@ Outcome runLong(const ScanSetup& setup, const std::string& library, int calls);
 /// growth cannot do without, and into memory that has been touched.
 Outcome runGrowth();
 
-/// Two empty jobs handed to the workers and waited for.
+/// Two empty jobs, one of them handed to a worker and waited for.
 Outcome runHandOff();
 
 }  // namespace brantel::bench

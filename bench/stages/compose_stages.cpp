@@ -204,31 +204,32 @@ Twins blend(const Material& m) {
     state->weights.resize(m.pixels());
     state->blendedGrey.ensure(m.pixels() + m.size.cols);
     cv::Mat& picture = canvas->picture;
-    return {[=, &m, &picture] {
-                const FrameSize& s = m.size;
-                ImageDesc desc{};
-                plain::cropImageRegion(picture.data, canvas->twin(), picture.rows, picture.cols, s.channels,
-                                       &desc, state->patch.data());
-                plain::weightMask(state->patch.data(), m.current.data(), s.rows, s.cols, s.channels,
-                                  state->maskA.data(), state->maskB.data(), state->weights.data());
-                state->blended = m.current;
-                plain::fuseImages(state->patch.data(), state->weights.data(), m.pixels(), s.channels,
-                                  state->blended.data());
-                plain::pasteImageRegion(state->blended.data(), s.cols, canvas->twin(), picture.rows,
-                                        picture.cols, s.channels, picture.data);
-            },
-            [=, &m, &picture] {
-                const SeamFrame frame(m.current.data(), m.currentGrey.data(), m.size);
-                state->seam.ensure(m.size, frame.isFull);
-                const CanvasWindow window{picture.ptr(canvas->region.rowStart, canvas->region.colStart),
-                                          static_cast<std::int64_t>(picture.step[0]),
-                                          {0, m.size.rows, 0, m.size.cols}};
-                blendSeam(window, frame, m.size, state->seam, state->blendedGrey.data(), nullptr);
-            },
-            [=, &m, &picture] {
-                plain::pasteImageRegion(m.cut.data(), m.size.cols, canvas->twin(), picture.rows, picture.cols,
-                                        m.size.channels, picture.data);
-            }};
+    return {
+        [=, &m, &picture] {
+            const FrameSize& s = m.size;
+            ImageDesc desc{};
+            plain::cropImageRegion(picture.data, canvas->twin(), picture.rows, picture.cols, s.channels,
+                                   &desc, state->patch.data());
+            plain::weightMask(state->patch.data(), m.current.data(), s.rows, s.cols, s.channels,
+                              state->maskA.data(), state->maskB.data(), state->weights.data());
+            state->blended = m.current;
+            plain::fuseImages(state->patch.data(), state->weights.data(), m.pixels(), s.channels,
+                              state->blended.data());
+            plain::pasteImageRegion(state->blended.data(), s.cols, canvas->twin(), picture.rows, picture.cols,
+                                    s.channels, picture.data);
+        },
+        [=, &m, &picture] {
+            const SeamFrame frame(m.current.data(), m.currentGrey.data(), m.size);
+            state->seam.ensure(m.size, frame.isFull);
+            const std::vector<ColumnSpan> anywhere(static_cast<std::size_t>(m.size.rows), {0, m.size.cols});
+            const CanvasWindow window{picture.ptr(canvas->region.rowStart, canvas->region.colStart),
+                                      static_cast<std::int64_t>(picture.step[0]), anywhere.data(), 0};
+            blendSeam(window, frame, m.size, state->seam, state->blendedGrey.data(), nullptr);
+        },
+        [=, &m, &picture] {
+            plain::pasteImageRegion(m.cut.data(), m.size.cols, canvas->twin(), picture.rows, picture.cols,
+                                    m.size.channels, picture.data);
+        }};
 }
 
 /// The first frame's zero samples.

@@ -5,6 +5,14 @@
 
 namespace brantel {
 
+namespace {
+
+bool runJob(const Job& job) {
+    return succeeds("worker job", [&job] { return job.run(job.context); });
+}
+
+}  // namespace
+
 bool Worker::start(void (*onStart)()) {
     platform::keepLibraryLoaded();
     bool ended = false;
@@ -36,7 +44,7 @@ void Worker::loop() {
         if (!requested_) continue;
         const Job job = job_;
         hold.unlock();
-        const bool done = succeeds("worker job", [&job] { return job.run(job.context); });
+        const bool done = runJob(job);
         hold.lock();
         failed_ = !done;
         requested_ = false;
@@ -45,9 +53,14 @@ void Worker::loop() {
     ended_ = true;
 }
 
+bool Worker::isRunning() {
+    const std::lock_guard<std::mutex> hold(mutex_);
+    return takesJobs();
+}
+
 bool Worker::request(Job job) {
     const std::lock_guard<std::mutex> hold(mutex_);
-    if (!started_ || !run_ || ended_) return false;
+    if (!takesJobs()) return false;
     job_ = job;
     failed_ = false;
     requested_ = true;
@@ -75,17 +88,11 @@ bool Worker::join() {
     return joined;
 }
 
-bool WorkerPair::begin(Job modelJob, Job matchJob) {
+bool WorkerPair::runBoth(Job modelJob, Job matchJob) {
     broke_ = true;
-    if (!model.request(modelJob)) return false;
-    if (match.request(matchJob)) return true;
-    model.wait();
-    return false;
-}
-
-bool WorkerPair::wait() {
+    if (!match.isRunning() || !model.request(modelJob)) return false;
+    const bool matchDone = runJob(matchJob);
     const bool modelDone = model.wait();
-    const bool matchDone = match.wait();
     broke_ = !modelDone || !matchDone;
     return !broke_;
 }

@@ -36,6 +36,8 @@ class Worker {
     /// Starts the thread unless it runs already, also in place of one that has ended. onStart is called first
     /// thing on the new thread; may be null.
     bool start(void (*onStart)());
+    /// True when a thread takes jobs.
+    bool isRunning();
     /// Hands over a job. False when no thread runs: nobody may wait for a job that nobody does.
     bool request(Job job);
     /// Waits until the job is done. False when it failed or ended in an exception (which has been logged).
@@ -47,6 +49,7 @@ class Worker {
 
   private:
     static void* threadBody(void* self);
+    bool takesJobs() const { return started_ && run_ && !ended_; }
     void loop();
 
     std::mutex mutex_;
@@ -61,15 +64,15 @@ class Worker {
     bool failed_ = false;
 };
 
-/// The template-model worker (previous frame) and the search-match worker (current frame).
+/// The template-model worker (previous frame) and the search-match worker (current frame). The caller's
+/// thread is a third pair of hands: it does one of two jobs itself.
 struct WorkerPair {
     Worker model;
     Worker match;
 
-    /// Raises both requests, the model's first. False when one of the threads does not run.
-    bool begin(Job modelJob, Job matchJob);
-    /// Waits for both, the model first. What the jobs wrote is visible afterwards.
-    bool wait();
+    /// Does both jobs at the same time, the model's on its worker. False when one of the threads does not run
+    /// or a job failed (an exception has been logged). What the jobs wrote is visible afterwards.
+    bool runBoth(Job modelJob, Job matchJob);
     /// True when the last jobs were not begun or did not come to their end.
     bool broke() const { return broke_; }
     /// Clears both run flags; a job in progress is finished, then the threads end.

@@ -87,7 +87,7 @@ cv::Mat blackCanvas(std::int32_t rows, std::int32_t cols, std::int32_t type) {
 
 cv::Mat growCanvasForFrame(const cv::Mat& canvas, std::int32_t growRows, std::int32_t growCols, Offset offset,
                            std::int32_t frameRows, std::int32_t frameCols, Placement* placement,
-                           Region* painted, WorkerPair* workers) {
+                           PaintedRows* painted, WorkerPair* workers) {
     const CanvasBorders borders = bordersForFrame(growRows, growCols, placement->position, offset, frameRows,
                                                   frameCols, canvas.rows, canvas.cols);
     if (borders.none()) return canvas;
@@ -95,29 +95,30 @@ cv::Mat growCanvasForFrame(const cv::Mat& canvas, std::int32_t growRows, std::in
     const std::int64_t cols = std::int64_t{canvas.cols} + borders.left + borders.right;
     requireSide(rows);
     requireSide(cols);
+    PaintedRows moved = painted->moved(static_cast<std::int32_t>(rows), borders.top, borders.left);
     cv::Mat grown =
         blackCanvas(static_cast<std::int32_t>(rows), static_cast<std::int32_t>(cols), canvas.type());
-    const std::size_t bytes =
-        static_cast<std::size_t>(painted->colEnd - painted->colStart) * canvas.elemSize();
-    shareLoop(workers, painted->rowEnd - painted->rowStart, copyGrain,
-              [&](std::int64_t first, std::int64_t last, std::int32_t) {
-                  for (auto r = static_cast<int>(painted->rowStart + first); r < painted->rowStart + last;
-                       ++r)
-                      std::memcpy(grown.ptr(r + borders.top, painted->colStart + borders.left),
-                                  canvas.ptr(r, painted->colStart), bytes);
-              });
+    const ColumnSpan* spans = painted->from(0);
+    shareLoop(workers, canvas.rows, copyGrain, [&](std::int64_t first, std::int64_t last, std::int32_t) {
+        for (auto r = static_cast<int>(first); r < last; ++r) {
+            const ColumnSpan& span = spans[r];
+            if (span.isEmpty()) continue;
+            const auto column = static_cast<int>(span.first);
+            std::memcpy(grown.ptr(r + borders.top, column + borders.left), canvas.ptr(r, column),
+                        static_cast<std::size_t>(span.length()) * canvas.elemSize());
+        }
+    });
     for (CornerPoint* point : {&placement->position, &placement->minimum, &placement->maximum}) {
         point->x += borders.left;
         point->y += borders.top;
     }
-    *painted = {painted->rowStart + borders.top, painted->rowEnd + borders.top,
-                painted->colStart + borders.left, painted->colEnd + borders.left};
+    *painted = moved;
     return grown;
 }
 
 cv::Mat growCanvasForFrame(const cv::Mat& canvas, std::int32_t growRows, std::int32_t growCols, Offset offset,
                            std::int32_t frameRows, std::int32_t frameCols, Placement* placement) {
-    Region anywhere{0, canvas.rows, 0, canvas.cols};
+    PaintedRows anywhere = PaintedRows::everywhere(canvas.rows, canvas.cols);
     return growCanvasForFrame(canvas, growRows, growCols, offset, frameRows, frameCols, placement, &anywhere,
                               nullptr);
 }

@@ -6,7 +6,7 @@
 
 #include "common/types.h"
 #include "common/worker_pair.h"
-#include "compose/regions.h"
+#include "compose/painted.h"
 
 namespace brantel {
 
@@ -45,11 +45,11 @@ cv::Mat blackCanvas(std::int32_t rows, std::int32_t cols, std::int32_t type);
 /// the result of cv::copyMakeBorder with a constant border of 0. A canvas that is large enough is returned as
 /// the same header. Throws when memory runs out; placement is then unchanged.
 ///
-/// @param painted  where the canvas may hold anything but black; the rest is not copied. Moves along.
+/// @param painted  where the canvas may hold anything; the rest is not copied. Moves along.
 /// @param workers  idle workers that lend a hand; may be null
 cv::Mat growCanvasForFrame(const cv::Mat& canvas, std::int32_t growRows, std::int32_t growCols, Offset offset,
                            std::int32_t frameRows, std::int32_t frameCols, Placement* placement,
-                           Region* painted, WorkerPair* workers);
+                           PaintedRows* painted, WorkerPair* workers);
 /// The same for a canvas that may be painted anywhere.
 cv::Mat growCanvasForFrame(const cv::Mat& canvas, std::int32_t growRows, std::int32_t growCols, Offset offset,
                            std::int32_t frameRows, std::int32_t frameCols, Placement* placement);

@@ -59,6 +59,7 @@ void takeFrame(std::uint8_t* to, const std::uint8_t* from, std::int32_t scale, c
 bool startMosaic(Mosaic& mosaic, const std::uint8_t* frame, const FrameSize& size) {
     const std::int32_t rows = newCanvasSide(size.rows);
     const std::int32_t cols = newCanvasSide(size.cols);
+    PaintedRows painted(rows);
     mosaic.canvas = blackCanvas(rows, cols, size.channels > 1 ? CV_8UC3 : CV_8UC1);
     mosaic.hasTemplate = false;
     mosaic.templateOnCanvas = true;
@@ -68,7 +69,8 @@ bool startMosaic(Mosaic& mosaic, const std::uint8_t* frame, const FrameSize& siz
     mosaic.minimum = at;
     mosaic.maximum = {at.x + size.cols, at.y + size.rows};
     const Region region{at.y, at.y + size.rows, at.x, at.x + size.cols};
-    mosaic.painted = region;
+    painted.add(region);
+    mosaic.painted = painted;
     if (pasteImageRegion(frame, size.cols, region, rows, cols, size.channels, mosaic.canvas.data))
         return true;
     streamLine("willSmallImgToBigImgAssignRowCol failed");

@@ -7,6 +7,7 @@
 #include "common/log.h"
 #include "common/stitch_call.h"
 #include "compose/canvas.h"
+#include "compose/painted.h"
 #include "compose/regions.h"
 
 namespace brantel {
@@ -15,7 +16,7 @@ struct Mosaic {
     cv::Mat canvas;
     CornerPoint minimum{};  // the rectangle of all placed frames
     CornerPoint maximum{};
-    Region painted{};  // where the canvas holds anything; unlike the rectangle above it knows no exceptions
+    PaintedRows painted;  // of the canvas; unlike the rectangle above it knows no exceptions
     StitchFlags record{};
     bool hasTemplate = false;       // a frame was accepted; until then there is nothing to register against
     bool templateOnCanvas = false;  // the canvas holds the template (or first frame) at the record's position
@@ -79,8 +80,9 @@ std::int32_t mergeableShift(const StitchFlags& record, std::int32_t rows, std::i
 /// A frame's rectangle of the canvas.
 struct CanvasWindow {
     std::uint8_t* pixels;
-    std::int64_t stride;  // bytes from row to row
-    Region painted;       // the part of the window in which the canvas may hold anything
+    std::int64_t stride;        // bytes from row to row
+    const ColumnSpan* painted;  // for each row: columns of the canvas in which it may hold anything
+    std::int32_t firstColumn;   // of the window on the canvas
 };
 
 /// Merges a frame at the previous position + offset: grows the canvas, lets blend(window) write the blended
@@ -91,18 +93,18 @@ template <class Blend>
 bool mergeInPlace(Mosaic& mosaic, const FrameSize& size, WorkerPair* workers, Blend&& blend) {
     Placement placement{mosaic.position(), mosaic.minimum, mosaic.maximum};
     const Offset offset = mosaic.offset();
-    Region painted = mosaic.painted;
+    PaintedRows painted = mosaic.painted;
     const cv::Mat merged = growCanvasForFrame(mosaic.canvas, size.rows, size.cols, offset, size.rows,
                                               size.cols, &placement, &painted, workers);
     const CornerPoint at{placement.position.x + offset.x, placement.position.y + offset.y};
     if (at.x < 0 || at.y < 0 || at.x > merged.cols - size.cols || at.y > merged.rows - size.rows)
         return false;
-    const Region window{at.y, at.y + size.rows, at.x, at.x + size.cols};
     if (!blend(CanvasWindow{const_cast<std::uint8_t*>(merged.ptr(at.y, at.x)),
-                            static_cast<std::int64_t>(merged.step[0]), partWithin(window, painted)}))
+                            static_cast<std::int64_t>(merged.step[0]), painted.from(at.y), at.x}))
         return false;
 
-    mosaic.painted = united(painted, window);
+    painted.add({at.y, at.y + size.rows, at.x, at.x + size.cols});
+    mosaic.painted = painted;
     mosaic.record.frameX = at.x;
     mosaic.record.frameY = at.y;
     extendMosaicBounds(placement.minimum, placement.maximum, size.rows, size.cols, at, &mosaic.minimum,

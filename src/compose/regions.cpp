@@ -28,19 +28,10 @@ bool nothingToCopy(const Region& region, std::int32_t channels) {
 
 }  // namespace
 
-Region united(const Region& a, const Region& b) {
-    return {std::min(a.rowStart, b.rowStart), std::max(a.rowEnd, b.rowEnd), std::min(a.colStart, b.colStart),
-            std::max(a.colEnd, b.colEnd)};
-}
-
-Region partWithin(const Region& window, const Region& region) {
-    const std::int32_t rows = window.rowEnd - window.rowStart;
-    const std::int32_t cols = window.colEnd - window.colStart;
-    Region part{std::clamp(region.rowStart - window.rowStart, 0, rows), 0,
-                std::clamp(region.colStart - window.colStart, 0, cols), 0};
-    part.rowEnd = std::clamp(region.rowEnd - window.rowStart, part.rowStart, rows);
-    part.colEnd = std::clamp(region.colEnd - window.colStart, part.colStart, cols);
-    return part;
+ColumnSpan united(ColumnSpan a, ColumnSpan b) {
+    if (a.isEmpty()) return b;
+    if (b.isEmpty()) return a;
+    return {std::min(a.first, b.first), std::max(a.last, b.last)};
 }
 
 bool cropImageRegion(const std::uint8_t* source, const Region& region, std::int32_t rows, std::int32_t cols,

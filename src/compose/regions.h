@@ -15,12 +15,17 @@ struct Region {
     std::int32_t colEnd;
 };
 
-/// The smallest region that holds both.
-Region united(const Region& a, const Region& b);
+/// Columns [first, last) of a row; first >= last is none.
+struct ColumnSpan {
+    std::int32_t first = 0;
+    std::int32_t last = 0;
 
-/// The part of a window that a region covers, seen from the window's corner. Empty ranges start and end at
-/// the same place within the window.
-Region partWithin(const Region& window, const Region& region);
+    bool isEmpty() const { return first >= last; }
+    std::int64_t length() const { return std::int64_t{last} - first; }
+};
+
+/// The shortest span that holds both.
+ColumnSpan united(ColumnSpan a, ColumnSpan b);
 
 /// Cuts a region of source (rows x cols, 1 or 3 channels) into out and describes it in record. Starts are not
 /// checked: the caller keeps them at 0 or above. False, with a line on standard output, for null images or a

@@ -36,13 +36,7 @@ class SeamBlend {
   public:
     SeamBlend(const CanvasWindow& window, const SeamFrame& frame, const FrameSize& size, SeamScratch& scratch,
               std::uint8_t* grey, WorkerPair* workers)
-        : window_(window),
-          painted_{window.painted.colStart, window.painted.colEnd},
-          frame_(frame),
-          size_(size),
-          scratch_(scratch),
-          grey_(grey),
-          workers_(workers) {}
+        : window_(window), frame_(frame), size_(size), scratch_(scratch), grey_(grey), workers_(workers) {}
 
     void run() {
         findEmptyOnCanvas();
@@ -63,13 +57,18 @@ class SeamBlend {
 
     /// The columns of a row in which the canvas may hold anything.
     ColumnSpan paintedIn(std::int64_t row) const {
-        const bool inside = row >= window_.painted.rowStart && row < window_.painted.rowEnd;
-        return inside ? painted_ : ColumnSpan{0, 0};
+        const ColumnSpan onCanvas = window_.painted[row];
+        const auto inWindow = [this](std::int32_t column) {
+            return std::clamp(column - window_.firstColumn, 0, size_.cols);
+        };
+        if (onCanvas.isEmpty()) return {0, 0};
+        return {inWindow(onCanvas.first), inWindow(onCanvas.last)};
     }
 
     bool allPainted() const {
-        return painted_.length() == size_.cols &&
-               window_.painted.rowEnd - window_.painted.rowStart == size_.rows;
+        for (std::int64_t r = 0; r < size_.rows; ++r)
+            if (paintedIn(r).length() < size_.cols) return false;
+        return true;
     }
 
     void findEmptyOnCanvas() {
@@ -204,7 +203,6 @@ class SeamBlend {
     }
 
     const CanvasWindow& window_;
-    const ColumnSpan painted_;
     const SeamFrame& frame_;
     const FrameSize& size_;
     SeamScratch& scratch_;

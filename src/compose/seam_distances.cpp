@@ -14,28 +14,23 @@ using simd::seamPadBefore;
 constexpr float far = 255.0F;
 constexpr std::uint8_t holdsSomething = 255;
 
-std::int64_t firstOccupied(const std::uint8_t* row, ColumnSpan within) {
+std::int32_t firstOccupied(const std::uint8_t* row, ColumnSpan within) {
     if (within.isEmpty()) return within.last;
     const void* found =
         std::memchr(row + within.first, holdsSomething, static_cast<std::size_t>(within.length()));
-    return found == nullptr ? within.last : static_cast<const std::uint8_t*>(found) - row;
+    if (found == nullptr) return within.last;
+    return static_cast<std::int32_t>(static_cast<const std::uint8_t*>(found) - row);
 }
 
 /// One behind the last occupied column of those from first to last - 1, the first of which is occupied.
-std::int64_t lastOccupied(const std::uint8_t* row, ColumnSpan within) {
-    constexpr std::int64_t stretch = 64;
-    std::int64_t last = within.last;
+std::int32_t lastOccupied(const std::uint8_t* row, ColumnSpan within) {
+    constexpr std::int32_t stretch = 64;
+    std::int32_t last = within.last;
     while (last - within.first > stretch &&
-           std::memchr(row + last - stretch, holdsSomething, static_cast<std::size_t>(stretch)) == nullptr)
+           std::memchr(row + last - stretch, holdsSomething, std::size_t{stretch}) == nullptr)
         last -= stretch;
     while (row[last - 1] == 0) --last;
     return last;
-}
-
-ColumnSpan united(ColumnSpan a, ColumnSpan b) {
-    if (a.isEmpty()) return b;
-    if (b.isEmpty()) return a;
-    return {std::min(a.first, b.first), std::max(a.last, b.last)};
 }
 
 }  // namespace
@@ -87,7 +82,8 @@ void SeamDistances::maskRow(const std::uint8_t* row, float* line) const {
 
 SeamDistances::Block SeamDistances::classify(const OccupancyImage& image, std::int64_t block,
                                              const float* above, bool allColumns) const {
-    const ColumnSpan whole{0, cols_};
+    const auto cols = static_cast<std::int32_t>(cols_);
+    const ColumnSpan whole{0, cols};
     ColumnSpan occupied;
     bool anyEmpty = false;
     const std::int64_t first = 1 + block * seamLanes;
@@ -99,7 +95,7 @@ SeamDistances::Block SeamDistances::classify(const OccupancyImage& image, std::i
     if (!anyEmpty) return {allFar(above) ? Kind::far : Kind::mixed, whole};
     if (allColumns) return {Kind::mixed, whole};
     // With an empty column on both sides, as the image has beyond its own edge, nothing else matters.
-    return {Kind::mixed, {std::max<std::int64_t>(occupied.first - 1, 0), std::min(occupied.last + 1, cols_)}};
+    return {Kind::mixed, {std::max(occupied.first - 1, 0), std::min(occupied.last + 1, cols)}};
 }
 
 void SeamDistances::forwardBlock(const OccupancyImage& image, std::int64_t block, const float* above,

@@ -6,18 +6,10 @@
 #include <vector>
 
 #include "common/buffer.h"
+#include "compose/regions.h"
 #include "simd/kernels.h"
 
 namespace brantel {
-
-/// Columns [first, last) of a row; first >= last is none.
-struct ColumnSpan {
-    std::int64_t first = 0;
-    std::int64_t last = 0;
-
-    bool isEmpty() const { return first >= last; }
-    std::int64_t length() const { return last - first; }
-};
 
 /// A byte for each pixel with room around it for whole blocks: 255 where the image holds something, else 0.
 class OccupancyImage {

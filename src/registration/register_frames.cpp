@@ -24,7 +24,7 @@ bool registerFrames(WorkerPair& workers, Job modelJob, Job matchJob, FrameFeatur
     if (!previousIsKnown) previous.corners.clear();
     current.corners.clear();
     streamLine("imageMosaicFun in");
-    if (!workers.begin(modelJob, matchJob) || !workers.wait()) return false;
+    if (!workers.runBoth(modelJob, matchJob)) return false;
     Offset offset{record.offset.x, record.offset.y};
     if (!estimateOffset(previous, current, rows, cols, {&offset, &record.matchCount}, scratch, &workers))
         return false;

@@ -14,7 +14,7 @@ void describeCorners(FrameFeatures& features, const std::uint8_t* grey, std::int
                      std::vector<std::uint16_t>& scratch);
 
 /// Empties both corner lists (their storage stays; a previous frame whose features are known keeps its own),
-/// hands the jobs to the workers, waits for both, and estimates the offset from the features they leave.
+/// does both jobs at the same time with the workers, and estimates the offset from the features they leave.
 /// Writes offset and match count into the record as estimateOffset does; the workers lend a hand there too.
 /// False when a worker does not run, a job failed or the frames cannot be registered.
 bool registerFrames(WorkerPair& workers, Job modelJob, Job matchJob, FrameFeatures& previous,

@@ -151,8 +151,7 @@ TEST_F(Workers, WhatTheJobsWroteIsVisibleAfterTheWait) {
         int match = 0;
         auto modelJob = [&] { model = round + 1; };
         auto matchJob = [&] { match = round + 2; };
-        ASSERT_TRUE(pair.begin(Job::of(modelJob), Job::of(matchJob)));
-        ASSERT_TRUE(pair.wait());
+        ASSERT_TRUE(pair.runBoth(Job::of(modelJob), Job::of(matchJob)));
         ASSERT_EQ(model, round + 1);
         ASSERT_EQ(match, round + 2);
     }
@@ -166,8 +165,7 @@ TEST_F(Workers, BothJobsRunAtTheSameTime) {
         while (inside < 2) std::this_thread::yield();  // ends only when the other one came
     };
     auto other = meet;
-    ASSERT_TRUE(pair.begin(Job::of(meet), Job::of(other)));
-    EXPECT_TRUE(pair.wait());
+    EXPECT_TRUE(pair.runBoth(Job::of(meet), Job::of(other)));
 }
 
 TEST_F(Workers, AnExceptionFailsTheWaitAndLeavesTheWorkerServing) {
@@ -175,15 +173,13 @@ TEST_F(Workers, AnExceptionFailsTheWaitAndLeavesTheWorkerServing) {
     auto bad = [] { throw std::runtime_error("no luck"); };
     for (int which = 0; which < 2; ++which) {
         const auto said = test::listen([&] {
-            EXPECT_TRUE(which == 0 ? pair.begin(Job::of(bad), Job::of(good))
-                                   : pair.begin(Job::of(good), Job::of(bad)));
-            return pair.wait();
+            return which == 0 ? pair.runBoth(Job::of(bad), Job::of(good))
+                              : pair.runBoth(Job::of(good), Job::of(bad));
         });
         EXPECT_FALSE(said.result);
         EXPECT_TRUE(pair.broke());
         EXPECT_EQ(said.lines, Lines{"worker job failed: no luck"});
-        ASSERT_TRUE(pair.begin(Job::of(good), Job::of(good)));
-        EXPECT_TRUE(pair.wait()) << "the failure is not carried over";
+        EXPECT_TRUE(pair.runBoth(Job::of(good), Job::of(good))) << "the failure is not carried over";
         EXPECT_FALSE(pair.broke());
     }
 }
@@ -191,32 +187,23 @@ TEST_F(Workers, AnExceptionFailsTheWaitAndLeavesTheWorkerServing) {
 TEST_F(Workers, AJobThatReturnsFalseFailsTheWait) {
     auto good = [] { return true; };
     auto bad = [] { return false; };
-    ASSERT_TRUE(pair.begin(Job::of(good), Job::of(bad)));
-    EXPECT_FALSE(pair.wait());
-    ASSERT_TRUE(pair.begin(Job::of(good), Job::of(good)));
-    EXPECT_TRUE(pair.wait());
+    EXPECT_FALSE(pair.runBoth(Job::of(good), Job::of(bad)));
+    EXPECT_FALSE(pair.runBoth(Job::of(bad), Job::of(good)));
+    EXPECT_TRUE(pair.runBoth(Job::of(good), Job::of(good)));
 }
 
-TEST_F(Workers, WithoutTheSearchMatchWorkerNothingBeginsAndTheModelIsWaitedFor) {
+TEST_F(Workers, WithoutOneOfThemNothingBegins) {
     pair.match.clearRunFlag();
     pair.match.join();
-    std::atomic<bool> finished{false};
-    auto slow = [&] {
-        pause();
-        finished = true;
-    };
-    auto other = [] {};
-    EXPECT_FALSE(pair.begin(Job::of(slow), Job::of(other)));
-    EXPECT_TRUE(finished) << "its job refers to the caller's variables";
-    EXPECT_TRUE(pair.broke());
-}
-
-TEST_F(Workers, WithoutTheTemplateModelWorkerNothingBegins) {
-    pair.model.clearRunFlag();
-    pair.model.join();
     bool ran = false;
     auto job = [&] { ran = true; };
-    EXPECT_FALSE(pair.begin(Job::of(job), Job::of(job)));
+    EXPECT_FALSE(pair.runBoth(Job::of(job), Job::of(job)));
+    EXPECT_TRUE(pair.broke());
+    ASSERT_TRUE(pair.match.start(nullptr));
+    pair.model.clearRunFlag();
+    pair.model.join();
+    EXPECT_FALSE(pair.runBoth(Job::of(job), Job::of(job)));
+    EXPECT_TRUE(pair.broke());
     EXPECT_FALSE(ran);
 }
 

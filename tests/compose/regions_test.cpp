@@ -285,21 +285,17 @@ TEST(CropOverlapPair, RefusesNullImages) {
     }
 }
 
-TEST(PartWithin, IsSeenFromTheWindowsCorner) {
-    const Region window{100, 160, 200, 300};
-    const auto expectPart = [&window](const Region& region, const Region& expected) {
-        const Region part = partWithin(window, region);
-        EXPECT_EQ(part.rowStart, expected.rowStart);
-        EXPECT_EQ(part.rowEnd, expected.rowEnd);
-        EXPECT_EQ(part.colStart, expected.colStart);
-        EXPECT_EQ(part.colEnd, expected.colEnd);
+TEST(ColumnSpan, UnitedHoldsBoth) {
+    const auto expectUnited = [](ColumnSpan a, ColumnSpan b, ColumnSpan expected) {
+        for (const ColumnSpan& span : {united(a, b), united(b, a)}) {
+            EXPECT_EQ(span.first, expected.first);
+            EXPECT_EQ(span.last, expected.last);
+        }
     };
-    expectPart(window, {0, 60, 0, 100});
-    expectPart({0, 1000, 0, 1000}, {0, 60, 0, 100});
-    expectPart({110, 150, 290, 400}, {10, 50, 90, 100});
-    expectPart({0, 100, 0, 1000}, {0, 0, 0, 100});
-    expectPart({160, 170, 300, 301}, {60, 60, 100, 100});
-    expectPart({0, 5, 0, 5}, {0, 0, 0, 0});
+    expectUnited({3, 5}, {8, 9}, {3, 9});
+    expectUnited({3, 9}, {4, 5}, {3, 9});
+    expectUnited({7, 7}, {4, 5}, {4, 5});
+    EXPECT_TRUE(united({7, 7}, {5, 2}).isEmpty());
 }
 
 }  // namespace

@@ -94,8 +94,9 @@ class Blending : public AtLevel {
 
         const SeamFrame seamFrame(samples->data(), grey->data(), size);
         scratch_.ensure(size, seamFrame.isFull);
-        blendSeam({window->data(), stride, {0, size.rows, 0, size.cols}}, seamFrame, size, scratch_,
-                  blendedGrey.data(), workers);
+        const std::vector<ColumnSpan> anywhere(static_cast<std::size_t>(size.rows), {0, size.cols});
+        blendSeam({window->data(), stride, anywhere.data(), 0}, seamFrame, size, scratch_, blendedGrey.data(),
+                  workers);
 
         for (std::int64_t r = 0; r < size.rows; ++r) {
             std::copy_n(expected.begin() + r * rowBytes, rowBytes, wide.begin() + r * stride);
