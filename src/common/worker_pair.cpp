@@ -97,6 +97,11 @@ bool WorkerPair::runBoth(Job modelJob, Job matchJob) {
     return !broke_;
 }
 
+bool WorkerPair::runAlone(Job job) {
+    broke_ = !match.isRunning() || !model.isRunning() || !runJob(job);
+    return !broke_;
+}
+
 void WorkerPair::clearRunFlags() {
     model.clearRunFlag();
     match.clearRunFlag();

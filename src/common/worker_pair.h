@@ -73,6 +73,8 @@ struct WorkerPair {
     /// Does both jobs at the same time, the model's on its worker. False when one of the threads does not run
     /// or a job failed (an exception has been logged). What the jobs wrote is visible afterwards.
     bool runBoth(Job modelJob, Job matchJob);
+    /// The same with a single job, on the caller's thread: the workers stay at its service.
+    bool runAlone(Job job);
     /// True when the last jobs were not begun or did not come to their end.
     bool broke() const { return broke_; }
     /// Clears both run flags; a job in progress is finished, then the threads end.

@@ -65,6 +65,9 @@ class SeamDistances {
     /// Both passes over an occupancy image. Each block gets the columns that hold anything, or all of them.
     void compute(const OccupancyImage& image, bool allColumns);
 
+    /// Memory that is free for others between one use of the distances and the next computation.
+    Buffer<float>& spareMemory() { return distances_; }
+
     /// True when every pixel of a block is empty; it then has no distances.
     bool isEmpty(std::int64_t block) const { return blockAt(block).kind == Kind::empty; }
     /// The columns that a block's distances are for. In all others they are 0.

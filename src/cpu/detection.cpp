@@ -1,7 +1,12 @@
 #include "cpu/detection.h"
 
+#include <algorithm>
+#include <atomic>
 #include <cstring>
+#include <stdexcept>
 
+#include "common/crew.h"
+#include "common/guard.h"
 #include "common/log.h"
 #include "cpu/image_ops.h"
 #include "registration/downscale.h"
@@ -14,6 +19,7 @@ namespace {
 constexpr std::int32_t productCount = 3;  // xx, yy, xy
 constexpr std::int32_t windowRows = 5;    // of the smoothing filter
 constexpr std::int32_t reach = windowRows / 2;
+constexpr std::int32_t responseRows = 3;  // that maxima are found in
 
 /// The rows of products that the vertical filter still needs, xx, yy and xy of a row one behind the other.
 class ProductRing {
@@ -35,18 +41,6 @@ class ProductRing {
     std::int64_t cols_;
 };
 
-/// Appends the maxima of a response row, each the largest of its 3 x 3 neighbourhood.
-void findMaxima(const float* above, const float* at, const float* below, std::int32_t r, std::int32_t cols,
-                CornerSelection& selection) {
-    const std::int64_t found = simd::cornerKernels().maximaInRow(
-        above, at, below, 0.0F, harrisBorder, cols - harrisBorder, selection.columns.data());
-    for (std::int64_t i = 0; i < found; ++i) {
-        const std::int32_t x = selection.columns[static_cast<std::size_t>(i)];
-        selection.values.push_back(at[x]);
-        selection.points.push_back({x, r});
-    }
-}
-
 /// Drops the maxima that do not exceed the threshold.
 void keepAbove(float threshold, CornerSelection& selection) {
     std::size_t kept = 0;
@@ -59,39 +53,144 @@ void keepAbove(float threshold, CornerSelection& selection) {
     selection.points.resize(kept);
 }
 
-/// Collects the local maxima of the response above its mean. The mean is known only at the end, so that all
-/// maxima are collected first; three rows of the response are alive at a time, and what lies outside the
-/// border counts as 0.
-void findCorners(const std::uint8_t* grey, std::int32_t rows, std::int32_t cols, HarrisImages& images) {
-    ProductRing ring(images.products.data(), cols);
-    const std::int64_t first = harrisBorder;
-    const std::int64_t last = std::int64_t{cols} - harrisBorder;
-    const std::int32_t lastRow = rows - harrisBorder;
-    const auto response = [&](std::int64_t r) { return images.response.data() + r % 3 * cols; };
-    std::memset(images.response.data(), 0, static_cast<std::size_t>(3 * cols) * sizeof(float));
-    images.selection.columns.resize(static_cast<std::size_t>(cols));
-    for (std::int64_t r = first - reach; r < first + reach; ++r)
-        ring.compute(grey, r, first - reach, last + reach);
-    float sum = 0;
-    for (std::int32_t r = harrisBorder; r < lastRow; ++r) {
-        ring.compute(grey, r + reach, first - reach, last + reach);
+/// One accumulator, row by row: the order of the additions is part of the result.
+float added(float sum, const float* response, std::int32_t cols) {
+    for (std::int32_t x = harrisBorder; x < cols - harrisBorder; ++x) sum += response[x];
+    return sum;
+}
+
+struct GreyImage {
+    const std::uint8_t* pixels;
+    std::int32_t rows;
+    std::int32_t cols;
+
+    std::int32_t lastRow() const { return rows - harrisBorder; }
+};
+
+/// Responses and local maxima of a band of rows. The maxima need the responses of a row beside the band, too.
+/// What lies outside the border counts as 0.
+class BandScan {
+  public:
+    /// Rows [first, last) of the image. With room for all its rows and three more the responses stay there.
+    BandScan(const GreyImage& image, std::int32_t first, std::int32_t last, HarrisBand& band, float* room)
+        : image_(image),
+          first_(first),
+          last_(last),
+          from_(std::max(first - 1, harrisBorder)),
+          to_(std::min(last + 1, image.lastRow())),
+          band_(band),
+          ring_(band.products.data(), image.cols),
+          responses_(room != nullptr ? room : band.response.data()),
+          keepsAll_(room != nullptr) {}
+
+    /// The sum of the band's responses.
+    float run() {
+        clear(from_ - 1);
+        for (std::int32_t r = from_ - reach; r < from_ + reach; ++r) computeProducts(r);
+        float sum = 0;
+        for (std::int32_t r = from_; r < to_; ++r) {
+            computeProducts(r + reach);
+            sum = respond(r, sum);
+            if (r > first_) findMaxima(r - 1);
+        }
+        if (to_ > last_) return sum;
+        clear(last_);  // the border
+        findMaxima(last_ - 1);
+        return added(sum, response(last_ - 1), image_.cols);
+    }
+
+    /// Adds the band's responses, which stayed, to a sum.
+    float addTo(float sum) {
+        for (std::int32_t r = first_; r < last_; ++r) sum = added(sum, response(r), image_.cols);
+        return sum;
+    }
+
+  private:
+    float* response(std::int32_t r) {
+        const std::int64_t place = r - from_ + 1;
+        return responses_ + (keepsAll_ ? place : place % responseRows) * image_.cols;
+    }
+
+    void clear(std::int32_t r) {
+        std::memset(response(r), 0, static_cast<std::size_t>(image_.cols) * sizeof(float));
+    }
+
+    void computeProducts(std::int32_t r) {
+        ring_.compute(image_.pixels, r, harrisBorder - reach, image_.cols - harrisBorder + reach);
+    }
+
+    float respond(std::int32_t r, float sum) {
         const simd::HarrisRow row{
-            {ring.row(r - 2), ring.row(r - 1), ring.row(r), ring.row(r + 1), ring.row(r + 2)},
-            cols,
-            ring.filtered(),
+            {ring_.row(r - 2), ring_.row(r - 1), ring_.row(r), ring_.row(r + 1), ring_.row(r + 2)},
+            image_.cols,
+            ring_.filtered(),
             responseKernel,
             harrisK,
             response(r),
-            response(r - 1)};
-        sum = simd::cornerKernels().harrisRow(row, first, last, sum);
-        if (r > harrisBorder)
-            findMaxima(response(r - 2), response(r - 1), response(r), r - 1, cols, images.selection);
+            // the row beside the band is not for its sum
+            response(r - 1 >= first_ ? r - 1 : from_ - 1)};
+        return simd::cornerKernels().harrisRow(row, harrisBorder, image_.cols - harrisBorder, sum);
     }
-    for (std::int64_t x = first; x < last; ++x) sum += response(lastRow - 1)[x];
-    std::memset(response(lastRow), 0, static_cast<std::size_t>(cols) * sizeof(float));
-    findMaxima(response(lastRow - 2), response(lastRow - 1), response(lastRow), lastRow - 1, cols,
-               images.selection);
-    keepAbove(sum / static_cast<float>(std::int64_t{rows} * cols), images.selection);
+
+    /// Appends the maxima of a row, each the largest of its 3 x 3 neighbourhood. The mean that they have to
+    /// exceed is known only at the end.
+    void findMaxima(std::int32_t r) {
+        CornerSelection& selection = band_.selection;
+        const float* at = response(r);
+        const std::int64_t found =
+            simd::cornerKernels().maximaInRow(response(r - 1), at, response(r + 1), 0.0F, harrisBorder,
+                                              image_.cols - harrisBorder, selection.columns.data());
+        for (std::int64_t i = 0; i < found; ++i) {
+            const std::int32_t x = selection.columns[static_cast<std::size_t>(i)];
+            selection.values.push_back(at[x]);
+            selection.points.push_back({x, r});
+        }
+    }
+
+    const GreyImage& image_;
+    const std::int32_t first_;
+    const std::int32_t last_;
+    const std::int32_t from_;
+    const std::int32_t to_;
+    HarrisBand& band_;
+    ProductRing ring_;
+    float* responses_;
+    const bool keepsAll_;
+};
+
+template <class T>
+void append(std::vector<T>& to, const std::vector<T>& from) {
+    to.insert(to.end(), from.begin(), from.end());
+}
+
+/// Both halves at the same time. The sum goes through the lower half's responses when both are done.
+float scanHalves(const GreyImage& image, HarrisImages& images, const DetectionHelp& help) {
+    const std::int32_t middle = image.rows / 2;
+    help.responses->ensure((std::int64_t{image.lastRow()} - middle + 3) * image.cols);
+    BandScan upper(image, harrisBorder, middle, images.upper, nullptr);
+    BandScan lower(image, middle, image.lastRow(), images.lower, help.responses->data());
+    float sum = 0;
+    std::atomic<bool> done{true};
+    shareLoop(help.workers, 2, 1, [&](std::int64_t half, std::int64_t, std::int32_t) {
+        const bool ran = succeeds("worker job", [&] {
+            const float itsSum = (half == 0 ? upper : lower).run();
+            if (half == 0) sum = itsSum;
+            return true;
+        });
+        if (!ran) done = false;
+    });
+    if (!done) throw std::runtime_error("corner detection broke off");
+    append(images.upper.selection.values, images.lower.selection.values);
+    append(images.upper.selection.points, images.lower.selection.points);
+    return lower.addTo(sum);
+}
+
+/// Leaves the local maxima of the response above its mean in the upper band's selection.
+void findCorners(const GreyImage& image, HarrisImages& images, const DetectionHelp* help) {
+    const bool halves = help != nullptr && image.rows > 4 * harrisBorder;
+    const float sum = halves ? scanHalves(image, images, *help)
+                             : BandScan(image, harrisBorder, image.lastRow(), images.upper, nullptr).run();
+    keepAbove(sum / static_cast<float>(std::int64_t{image.rows} * image.cols), images.upper.selection);
 }
 
 const std::uint8_t* reduceFrame(const std::uint8_t* frame, const ImageDesc& record, std::int32_t scale,
@@ -108,15 +207,16 @@ const std::uint8_t* reduceFrame(const std::uint8_t* frame, const ImageDesc& reco
 
 }  // namespace
 
-void HarrisImages::ensure(std::int64_t rows, std::int64_t cols) {
-    grey.ensure(rows * cols);
+void HarrisBand::ensure(std::int64_t cols) {
     products.ensure(productCount * (windowRows + 1) * cols);
-    response.ensure(3 * cols);
+    response.ensure(responseRows * cols);
+    selection.columns.resize(static_cast<std::size_t>(cols));
+    selection.clear();
 }
 
 std::int32_t findHarrisCornerCoordianteFun(const std::uint8_t* frame, const ImageDesc& record,
                                            const CornerTuning& tuning, HarrisImages& images,
-                                           std::vector<CornerPoint>& corners) {
+                                           std::vector<CornerPoint>& corners, const DetectionHelp* help) {
     if (frame == nullptr) {
         streamLine("findHarrisCornerCoordianteFun ptr is null");
         return 0;
@@ -128,13 +228,15 @@ std::int32_t findHarrisCornerCoordianteFun(const std::uint8_t* frame, const Imag
         streamLine("findGradSquareCrossTerms failed");
         return 0;
     }
-    images.selection.clear();
+    images.upper.selection.clear();
     if (rows > 2 * harrisBorder && cols > 2 * harrisBorder) {
-        images.ensure(rows, cols);
+        images.grey.ensure(std::int64_t{rows} * cols);
+        images.upper.ensure(cols);
+        if (help != nullptr) images.lower.ensure(cols);
         const std::uint8_t* grey = reduceFrame(frame, record, tuning.workingScale, images.grey.data());
-        findCorners(grey, rows, cols, images);
+        findCorners({grey, rows, cols}, images, help);
     }
-    keepBestCorners(images.selection, tuning, corners);
+    keepBestCorners(images.upper.selection, tuning, corners);
     if (!corners.empty()) return 1;
     streamLine("HarrissCornerSPoint size is 0");
     return 0;

@@ -7,28 +7,42 @@
 #include "common/buffer.h"
 #include "common/tuning.h"
 #include "common/types.h"
+#include "common/worker_pair.h"
 #include "registration/harris.h"
 
 namespace brantel {
 
+/// What the rows of one band of a frame pass through, and the maxima found in it.
+struct HarrisBand {
+    Buffer<float> products;  // the last five rows of xx, yy, xy and one vertically filtered row of each
+    Buffer<float> response;  // the last three rows
+    CornerSelection selection;
+
+    void ensure(std::int64_t cols);
+};
+
 /// Working memory of one detection; every frame side owns a set, so that the two workers share nothing.
 struct HarrisImages {
     Buffer<std::uint8_t> grey;  // at working size
-    Buffer<float> products;     // the last five rows of xx, yy, xy and one vertically filtered row of each
-    Buffer<float> response;     // the last three rows
-    CornerSelection selection;
+    HarrisBand upper;           // or all of the frame
+    HarrisBand lower;
+};
 
-    void ensure(std::int64_t rows, std::int64_t cols);
+/// For a detection that is the only thing to be done: hands that would be idle.
+struct DetectionHelp {
+    WorkerPair* workers;
+    Buffer<float>* responses;  // memory that nobody else needs meanwhile
 };
 
 /// Appends up to the corner budget's number of corners, in the frame's full-size coordinates. The working
 /// size is the record's rows and columns divided by the working scale, also when the frame is a crop. 1 on
-/// success, 0 when there is no corner (with a line that says why).
+/// success, 0 when there is no corner (with a line that says why). help may be null.
 ///
 /// Gradient products, both filters and the response run row by row through the cache. Only rows and columns
 /// inside the corner border are computed, which the reflected edges never reach.
 std::int32_t findHarrisCornerCoordianteFun(const std::uint8_t* frame, const ImageDesc& record,
                                            const CornerTuning& tuning, HarrisImages& images,
-                                           std::vector<CornerPoint>& corners);
+                                           std::vector<CornerPoint>& corners,
+                                           const DetectionHelp* help = nullptr);
 
 }  // namespace brantel

@@ -19,13 +19,13 @@ std::int32_t magnitude(std::int32_t shift, std::int32_t length) {
 }
 
 void detectInOverlap(FeatureSide& side, const std::uint8_t* grey, std::int32_t rows, std::int32_t cols,
-                     const ExpectedShift& expected, const CornerTuning& tuning) {
+                     const ExpectedShift& expected, const CornerTuning& tuning, const DetectionHelp* help) {
     const ExpectedOverlap part = expectedOverlap(side.role, expected, rows, cols);
     side.crop.ensure(std::int64_t{rows} * cols);
     ImageDesc crop{0, 1, part.rowEnd - part.rowStart, part.colEnd - part.colStart};
     cropImageRegion(grey, {part.rowStart, part.rowEnd, part.colStart, part.colEnd}, rows, cols, 1, &crop,
                     side.crop.data());
-    findHarrisCornerCoordianteFun(side.crop.data(), crop, tuning, side.images, side.features.corners);
+    findHarrisCornerCoordianteFun(side.crop.data(), crop, tuning, side.images, side.features.corners, help);
     for (CornerPoint& corner : side.features.corners) {
         corner.x += part.colStart;
         corner.y += part.rowStart;
@@ -62,11 +62,12 @@ void makeGrey(const std::uint8_t* frame, const ImageDesc& record, Buffer<std::ui
 }
 
 void describeGrey(FeatureSide& side, const std::uint8_t* grey, std::int32_t rows, std::int32_t cols,
-                  const ExpectedShift& expected, const CornerTuning& tuning) {
+                  const ExpectedShift& expected, const CornerTuning& tuning, const DetectionHelp* help) {
     if (expected.use) {
-        detectInOverlap(side, grey, rows, cols, expected, tuning);
+        detectInOverlap(side, grey, rows, cols, expected, tuning, help);
     } else {
-        findHarrisCornerCoordianteFun(grey, {0, 1, rows, cols}, tuning, side.images, side.features.corners);
+        findHarrisCornerCoordianteFun(grey, {0, 1, rows, cols}, tuning, side.images, side.features.corners,
+                                      help);
     }
     describeCorners(side.features, grey, rows, cols, side.scratch);
 }

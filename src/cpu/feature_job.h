@@ -48,6 +48,7 @@ void makeGrey(const std::uint8_t* frame, const ImageDesc& record, Buffer<std::ui
 /// Fills side.features from a grey image with a zeroed row behind it. Corners are appended: the list is
 /// emptied by who hands the job over.
 void describeGrey(FeatureSide& side, const std::uint8_t* grey, std::int32_t rows, std::int32_t cols,
-                  const ExpectedShift& expected, const CornerTuning& tuning);
+                  const ExpectedShift& expected, const CornerTuning& tuning,
+                  const DetectionHelp* help = nullptr);
 
 }  // namespace brantel

@@ -128,19 +128,23 @@ bool imageMosaicFun(CpuBackend& cpu, const CallFrames& frames) {
     const ImageDesc record{0, cpu.frame.channels, cpu.frame.rows, cpu.frame.cols};
     const bool known =
         frames.first == nullptr && cpu.mosaic.hasTemplate && cpu.templateFeatures.serve(cpu.expected);
-    auto model = [&] {
-        if (!known) describePrevious(cpu, frames);
-    };
+    const DetectionHelp help{&cpu.workers, &cpu.seam.canvasDistances.spareMemory()};
+    auto model = [&] { describePrevious(cpu, frames); };
     auto match = [&] {
         describeGrey(cpu.currentSide, cpu.currentSide.grey.data(), record.rows, record.cols, cpu.expected,
-                     cpu.tuning);
+                     cpu.tuning, known ? &help : nullptr);
     };
     // Before the jobs: the previous frame of a stream is grey already, so that its worker would be done
     // early.
     makeGrey(frames.current, record, cpu.currentSide.grey, &cpu.workers);
-    return registerFrames(cpu.workers, Job::of(model), Job::of(match), cpu.previousSide.features,
-                          cpu.currentSide.features, record.rows, record.cols, cpu.mosaic.record,
-                          cpu.estimation, known);
+    FrameFeatures& previous = cpu.previousSide.features;
+    FrameFeatures& current = cpu.currentSide.features;
+    StitchFlags& found = cpu.mosaic.record;
+    if (known)
+        return registerFrame(cpu.workers, Job::of(match), previous, current, record.rows, record.cols, found,
+                             cpu.estimation);
+    return registerFrames(cpu.workers, Job::of(model), Job::of(match), previous, current, record.rows,
+                          record.cols, found, cpu.estimation);
 }
 
 bool stitchingImageOffset(CpuBackend& cpu, const StitchCall& call, CallFrames* frames) {

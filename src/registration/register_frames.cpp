@@ -18,19 +18,35 @@ void describeCorners(FrameFeatures& features, const std::uint8_t* grey, std::int
                            scratch.data(), features.descriptors.data());
 }
 
-bool registerFrames(WorkerPair& workers, Job modelJob, Job matchJob, FrameFeatures& previous,
-                    FrameFeatures& current, std::int32_t rows, std::int32_t cols, StitchFlags& record,
-                    EstimationScratch& scratch, bool previousIsKnown) {
-    if (!previousIsKnown) previous.corners.clear();
-    current.corners.clear();
-    streamLine("imageMosaicFun in");
-    if (!workers.runBoth(modelJob, matchJob)) return false;
+namespace {
+
+bool estimate(WorkerPair& workers, FrameFeatures& previous, FrameFeatures& current, std::int32_t rows,
+              std::int32_t cols, StitchFlags& record, EstimationScratch& scratch) {
     Offset offset{record.offset.x, record.offset.y};
     if (!estimateOffset(previous, current, rows, cols, {&offset, &record.matchCount}, scratch, &workers))
         return false;
     record.offset.x = offset.x;
     record.offset.y = offset.y;
     return true;
+}
+
+}  // namespace
+
+bool registerFrames(WorkerPair& workers, Job modelJob, Job matchJob, FrameFeatures& previous,
+                    FrameFeatures& current, std::int32_t rows, std::int32_t cols, StitchFlags& record,
+                    EstimationScratch& scratch) {
+    previous.corners.clear();
+    current.corners.clear();
+    streamLine("imageMosaicFun in");
+    return workers.runBoth(modelJob, matchJob) &&
+           estimate(workers, previous, current, rows, cols, record, scratch);
+}
+
+bool registerFrame(WorkerPair& workers, Job matchJob, FrameFeatures& previous, FrameFeatures& current,
+                   std::int32_t rows, std::int32_t cols, StitchFlags& record, EstimationScratch& scratch) {
+    current.corners.clear();
+    streamLine("imageMosaicFun in");
+    return workers.runAlone(matchJob) && estimate(workers, previous, current, rows, cols, record, scratch);
 }
 
 }  // namespace brantel

@@ -13,12 +13,16 @@ namespace brantel {
 void describeCorners(FrameFeatures& features, const std::uint8_t* grey, std::int32_t rows, std::int32_t cols,
                      std::vector<std::uint16_t>& scratch);
 
-/// Empties both corner lists (their storage stays; a previous frame whose features are known keeps its own),
-/// does both jobs at the same time with the workers, and estimates the offset from the features they leave.
-/// Writes offset and match count into the record as estimateOffset does; the workers lend a hand there too.
-/// False when a worker does not run, a job failed or the frames cannot be registered.
+/// Empties both corner lists (their storage stays), does both jobs at the same time with the workers, and
+/// estimates the offset from the features they leave. Writes offset and match count into the record as
+/// estimateOffset does; the workers lend a hand there too. False when a worker does not run, a job failed or
+/// the frames cannot be registered.
 bool registerFrames(WorkerPair& workers, Job modelJob, Job matchJob, FrameFeatures& previous,
                     FrameFeatures& current, std::int32_t rows, std::int32_t cols, StitchFlags& record,
-                    EstimationScratch& scratch, bool previousIsKnown = false);
+                    EstimationScratch& scratch);
+
+/// The same with a previous frame whose features are known. The workers are idle during the job.
+bool registerFrame(WorkerPair& workers, Job matchJob, FrameFeatures& previous, FrameFeatures& current,
+                   std::int32_t rows, std::int32_t cols, StitchFlags& record, EstimationScratch& scratch);
 
 }  // namespace brantel
