@@ -120,6 +120,7 @@ class BandScan {
     }
 
     float respond(std::int32_t r, float sum) {
+        response(r)[harrisBorder - 1] = response(r)[image_.cols - harrisBorder] = 0;  // maxima look there
         const simd::HarrisRow row{
             {ring_.row(r - 2), ring_.row(r - 1), ring_.row(r), ring_.row(r + 1), ring_.row(r + 2)},
             image_.cols,

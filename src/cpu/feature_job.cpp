@@ -69,7 +69,7 @@ void describeGrey(FeatureSide& side, const std::uint8_t* grey, std::int32_t rows
         findHarrisCornerCoordianteFun(grey, {0, 1, rows, cols}, tuning, side.images, side.features.corners,
                                       help);
     }
-    describeCorners(side.features, grey, rows, cols, side.scratch);
+    describeCorners(side.features, grey, rows, cols, side.scratch, help == nullptr ? nullptr : help->workers);
 }
 
 }  // namespace brantel

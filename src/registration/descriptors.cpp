@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "common/crew.h"
 #include "common/log.h"
 
 namespace brantel {
@@ -110,21 +111,25 @@ std::int32_t gradientBin(std::int32_t gx, std::int32_t gy) {
 
 bool buildCornerDescriptors(const std::uint8_t* frame, std::int32_t rows, std::int32_t cols,
                             std::int32_t length, std::int32_t window, std::vector<CornerPoint>& points,
-                            std::uint16_t* scratch, std::uint16_t* out) {
+                            std::uint16_t* scratch, std::uint16_t* out, WorkerPair* workers) {
+    constexpr std::int64_t grain = 32;  // points handed out at a time
     if (frame == nullptr) {
         streamLine("src_in ptr is null");
         points.clear();
         return false;
     }
     const std::size_t bytes = static_cast<std::size_t>(length) * sizeof(std::uint16_t);
-    std::memset(scratch, 0, bytes);
     const GreyFrame grey{frame, rows, cols};
     const GradientTable& table = gradientTable();
-    for (const CornerPoint& point : points) {
-        describe(grey, table, point, window >> 1, scratch, length);
-        std::memcpy(out, scratch, bytes);
-        out += length;
-    }
+    const auto count = static_cast<std::int64_t>(points.size());
+    shareLoop(workers, count, grain, [&](std::int64_t first, std::int64_t last, std::int32_t hand) {
+        std::uint16_t* own = scratch + std::int64_t{hand} * length;
+        std::memset(own, 0, bytes);
+        for (std::int64_t i = first; i < last; ++i) {
+            describe(grey, table, points[static_cast<std::size_t>(i)], window >> 1, own, length);
+            std::memcpy(out + i * length, own, bytes);
+        }
+    });
     points.clear();
     return true;
 }

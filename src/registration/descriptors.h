@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "common/types.h"
+#include "common/worker_pair.h"
 
 namespace brantel {
 
@@ -17,12 +18,13 @@ namespace brantel {
 /// @param length  200 values per descriptor
 /// @param window  20 pixels
 /// @param points  consumed
-/// @param scratch length values
+/// @param scratch length values, crewSize times as many with workers
 /// @param out     length values per point, back to back
+/// @param workers idle workers that lend a hand; may be null
 /// False, with "src_in ptr is null", without a frame.
 bool buildCornerDescriptors(const std::uint8_t* frame, std::int32_t rows, std::int32_t cols,
                             std::int32_t length, std::int32_t window, std::vector<CornerPoint>& points,
-                            std::uint16_t* scratch, std::uint16_t* out);
+                            std::uint16_t* scratch, std::uint16_t* out, WorkerPair* workers = nullptr);
 
 /// Truncated length of the gradient (gx, gy), components from -255 to 255.
 std::int32_t gradientMagnitude(std::int32_t gx, std::int32_t gy);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "common/crew.h"
 #include "common/log.h"
 #include "common/tuning.h"
 #include "registration/descriptors.h"
@@ -9,13 +10,13 @@
 namespace brantel {
 
 void describeCorners(FrameFeatures& features, const std::uint8_t* grey, std::int32_t rows, std::int32_t cols,
-                     std::vector<std::uint16_t>& scratch) {
+                     std::vector<std::uint16_t>& scratch, WorkerPair* workers) {
     const auto count = static_cast<std::int64_t>(features.corners.size());
     features.descriptors.ensure(std::max<std::int64_t>(count, 1) * descriptorLength);
-    scratch.assign(descriptorLength, 0);
+    scratch.resize(static_cast<std::size_t>(crewSize) * descriptorLength);
     features.consumed = features.corners;
     buildCornerDescriptors(grey, rows, cols, descriptorLength, descriptorWindow, features.consumed,
-                           scratch.data(), features.descriptors.data());
+                           scratch.data(), features.descriptors.data(), workers);
 }
 
 namespace {

@@ -9,9 +9,9 @@
 namespace brantel {
 
 /// The end of a worker's job: describes the corners that it found in a grey frame (rows x cols and a zeroed
-/// row behind it). scratch is the descriptor builder's.
+/// row behind it). scratch is the descriptor builder's. Idle workers lend a hand; may be null.
 void describeCorners(FrameFeatures& features, const std::uint8_t* grey, std::int32_t rows, std::int32_t cols,
-                     std::vector<std::uint16_t>& scratch);
+                     std::vector<std::uint16_t>& scratch, WorkerPair* workers = nullptr);
 
 /// Empties both corner lists (their storage stays), does both jobs at the same time with the workers, and
 /// estimates the offset from the features they leave. Writes offset and match count into the record as

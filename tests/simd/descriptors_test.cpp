@@ -1,9 +1,11 @@
 // Descriptors from the gradient table against those from the formula.
 #include "registration/descriptors.h"
 
+#include "common/crew.h"
 #include "common/tuning.h"
 #include "plain/descriptors.h"
 #include "simd/at_level.h"
+#include "simd/crew.h"
 #include "simd/rows.h"
 
 namespace brantel::test {
@@ -33,6 +35,7 @@ std::vector<CornerPoint> pointsAround(std::int32_t rows, std::int32_t cols, Rand
 }
 
 TEST(Descriptors, AtAndBeyondEveryEdgeAreThePlainOnes) {
+    Crew crew;
     Random random(1);
     std::uint64_t seed = 1;
     for (const std::int32_t rows : {1, 2, 3, 4, 20, 21, 40, 61})
@@ -45,15 +48,18 @@ TEST(Descriptors, AtAndBeyondEveryEdgeAreThePlainOnes) {
                 std::vector<CornerPoint> again = points;
                 GuardedBuffer<std::uint16_t> out(points.size() * descriptorLength);
                 std::vector<std::uint16_t> expected(points.size() * descriptorLength);
-                std::vector<std::uint16_t> scratch(descriptorLength, 77);
+                WorkerPair* workers = seed % 3 == 0 ? crew.workers() : nullptr;
+                GuardedBuffer<std::uint16_t> scratch(descriptorLength * (workers != nullptr ? crewSize : 1));
+                std::fill(scratch.begin(), scratch.end(), 77);
                 std::vector<std::uint16_t> plainScratch(descriptorLength, 77);
                 ASSERT_TRUE(buildCornerDescriptors(frame->data(), rows, cols, descriptorLength,
-                                                   descriptorWindow, points, scratch.data(), out.data()));
+                                                   descriptorWindow, points, scratch.data(), out.data(),
+                                                   workers));
                 ASSERT_TRUE(plain::buildCornerDescriptors(frame->data(), rows, cols, descriptorLength,
                                                           descriptorWindow, again, plainScratch.data(),
                                                           expected.data()));
                 ASSERT_EQ(valuesOf(out), expected) << rows << " x " << cols;
-                ASSERT_TRUE(out.intact());
+                ASSERT_TRUE(out.intact() && scratch.intact());
                 ASSERT_TRUE(points.empty() && again.empty());
             }
 }

@@ -2,6 +2,7 @@
 #include "cpu/detection.h"
 #include "plain/features.h"
 #include "simd/at_level.h"
+#include "simd/crew.h"
 #include "simd/rows.h"
 
 namespace brantel::test {
@@ -18,15 +19,21 @@ class Detection : public AtLevel {
         plain::FeatureStage stage(rows, cols, 1, tuning);
         stage.run(image.data(), nullptr);
         const auto guarded = placed(image, places[(rows + cols) % 6]);
-        Points corners;
-        const std::int32_t result =
-            findHarrisCornerCoordianteFun(guarded->data(), {0, 1, rows, cols}, tuning, images_, corners);
-        EXPECT_EQ(corners, stage.features().corners) << rows << " x " << cols;
-        EXPECT_EQ(result, corners.empty() ? 0 : 1);
-        found_ += corners.size();
+        for (const DetectionHelp& help :
+             {DetectionHelp{nullptr, &responses_}, {crew_.workers(), &responses_}}) {
+            Points corners;
+            const bool alone = help.workers == nullptr && (rows + cols) % 2 == 0;
+            const std::int32_t result = findHarrisCornerCoordianteFun(
+                guarded->data(), {0, 1, rows, cols}, tuning, images_, corners, alone ? nullptr : &help);
+            EXPECT_EQ(corners, stage.features().corners) << rows << " x " << cols;
+            EXPECT_EQ(result, corners.empty() ? 0 : 1);
+            found_ += corners.size();
+        }
     }
 
     HarrisImages images_;
+    Crew crew_;
+    Buffer<float> responses_;
     std::size_t found_ = 0;
 };
 
