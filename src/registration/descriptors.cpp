@@ -14,6 +14,7 @@ namespace {
 constexpr double pi = 3.141592653589793;
 constexpr std::int32_t cellSide = 4;
 constexpr std::int32_t binCount = 8;
+constexpr std::int32_t degreesPerBin = 45;
 
 /// Whole degrees of the angle between the gradient and the x axis, 0 to 90; gx is not 0. The arctangent is
 /// taken in double and rounded: the single-precision one differs in its last bit between run-time libraries.
@@ -23,9 +24,9 @@ std::int32_t acuteDegrees(std::int32_t gx, std::int32_t gy) {
     return static_cast<std::int32_t>(static_cast<float>(static_cast<double>(half) / pi * 360.0));
 }
 
-std::int32_t degrees(std::int32_t gx, std::int32_t gy) {
+/// acute is the angle of the components without their signs; with gx = 0 there is none.
+std::int32_t degrees(std::int32_t gx, std::int32_t gy, std::int32_t acute) {
     if (gx == 0) return gy == 0 ? 0 : (gy > 0 ? 90 : 270);
-    const std::int32_t acute = acuteDegrees(gx, gy);
     if (gx > 0) return gy > 0 ? acute : (acute == 0 ? 0 : 360 - acute);
     return gy > 0 ? 180 - acute : 180 + acute;
 }
@@ -45,14 +46,22 @@ struct GreyFrame {
 class GradientTable {
   public:
     GradientTable() {
-        for (std::int32_t gy = -reach; gy <= reach; ++gy)
-            for (std::int32_t gx = -reach; gx <= reach; ++gx)
-                entries_[place(gx, gy)] =
-                    static_cast<std::uint16_t>(gradientMagnitude(gx, gy) * binCount + gradientBin(gx, gy));
+        for (std::int32_t gy = 0; gy <= reach; ++gy)
+            for (std::int32_t gx = 0; gx <= reach; ++gx) {
+                // what takes time depends on the lengths of the components only
+                const std::int32_t magnitude = gradientMagnitude(gx, gy);
+                const std::int32_t acute = gx == 0 ? 0 : acuteDegrees(gx, gy);
+                for (const std::int32_t x : {gx, -gx})
+                    for (const std::int32_t y : {gy, -gy})
+                        entries_[place(x, y)] = static_cast<std::uint16_t>(
+                            magnitude * binCount + degrees(x, y, acute) / degreesPerBin);
+            }
     }
 
+    std::uint16_t at(std::int32_t gx, std::int32_t gy) const { return entries_[place(gx, gy)]; }
+
     void addTo(std::uint16_t* bins, std::int32_t gx, std::int32_t gy) const {
-        const std::uint16_t entry = entries_[place(gx, gy)];
+        const std::uint16_t entry = at(gx, gy);
         // A cell holds at most 16 * 360, so neither the float sum nor the 16 bits ever round or wrap.
         bins[entry % binCount] = static_cast<std::uint16_t>(bins[entry % binCount] + entry / binCount);
     }
@@ -106,7 +115,11 @@ std::int32_t gradientMagnitude(std::int32_t gx, std::int32_t gy) {
 }
 
 std::int32_t gradientBin(std::int32_t gx, std::int32_t gy) {
-    return degrees(gx, gy) / 45;
+    return degrees(gx, gy, gx == 0 ? 0 : acuteDegrees(gx, gy)) / degreesPerBin;
+}
+
+std::int32_t tabulatedGradient(std::int32_t gx, std::int32_t gy) {
+    return gradientTable().at(gx, gy);
 }
 
 bool buildCornerDescriptors(const std::uint8_t* frame, std::int32_t rows, std::int32_t cols,

@@ -32,4 +32,7 @@ std::int32_t gradientMagnitude(std::int32_t gx, std::int32_t gy);
 /// Bin 0 to 7 of its direction; bin b covers 45 b to 45 b + 44 whole degrees.
 std::int32_t gradientBin(std::int32_t gx, std::int32_t gy);
 
+/// Both as descriptors look them up: 8 * magnitude + bin.
+std::int32_t tabulatedGradient(std::int32_t gx, std::int32_t gy);
+
 }  // namespace brantel

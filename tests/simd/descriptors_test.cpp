@@ -16,6 +16,7 @@ TEST(Descriptors, KnowEveryGradient) {
         for (std::int32_t gx = -255; gx <= 255; ++gx) {
             ASSERT_EQ(gradientMagnitude(gx, gy), plain::gradientMagnitude(gx, gy)) << gx << ", " << gy;
             ASSERT_EQ(gradientBin(gx, gy), plain::gradientBin(gx, gy)) << gx << ", " << gy;
+            ASSERT_EQ(tabulatedGradient(gx, gy), 8 * gradientMagnitude(gx, gy) + gradientBin(gx, gy));
         }
 }
 
