@@ -4,6 +4,7 @@
 #include <opencv2/core.hpp>
 
 #include "compose/canvas.h"
+#include "compose/distance_map.h"
 #include "compose/judgement.h"
 #include "compose/regions.h"
 #include "compose/seam.h"
@@ -133,14 +134,15 @@ Twins masks(const Material& m) {
 Twins chamfer(const Material& m) {
     auto maskA = room<float>(m.pixels());
     auto maskB = room<float>(m.pixels());
+    auto map = std::make_shared<DistanceMap>();
     const FrameSize& s = m.size;
     return {[=, &s] {
                 plain::chamferDistance(maskA->data(), s.rows, s.cols);
                 plain::chamferDistance(maskB->data(), s.rows, s.cols);
             },
             [=, &s] {
-                chamferDistance(maskA->data(), s.rows, s.cols);
-                chamferDistance(maskB->data(), s.rows, s.cols);
+                map->transform(maskA->data(), s.rows, s.cols);
+                map->transform(maskB->data(), s.rows, s.cols);
             },
             [=, &m, &s] {
                 plain::occupancyMask(m.cut.data(), s.rows, s.cols, s.channels, maskA->data());

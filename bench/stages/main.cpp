@@ -26,7 +26,7 @@ void measure(benchmark::State& state, const Stage& stage, const brantel::FrameSi
     }
 }
 
-void registerStage(const Stage& stage, brantel::FrameSize size, std::int32_t channels) {
+void registerStage([[maybe_unused]] const Stage& stage, brantel::FrameSize size, std::int32_t channels) {
     size.channels = channels;
     const std::string suffix =
         "/" + std::to_string(size.cols) + "x" + std::to_string(size.rows) + "x" + std::to_string(channels);

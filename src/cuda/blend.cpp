@@ -27,10 +27,10 @@ void makeMasks(CudaBackend& cuda, std::uint8_t* imageA, std::uint8_t* imageB, st
 /// Turns both masks into distance maps, side by side with the workers, which have nothing else to do now. A
 /// new frame fades out at its own edge; the canvas does not.
 bool distanceMaps(CudaBackend& cuda, float* mapA, float* mapB, std::int32_t rows, std::int32_t cols) {
-    auto canvas = [&] { chamferDistance(mapA, rows, cols); };
+    auto canvas = [&] { cuda.distancesA.transform(mapA, rows, cols); };
     auto frame = [&] {
         clearMaskEdge(mapB, rows, cols);
-        chamferDistance(mapB, rows, cols);
+        cuda.distancesB.transform(mapB, rows, cols);
     };
     return cuda.workers.runBoth(Job::of(canvas), Job::of(frame));
 }

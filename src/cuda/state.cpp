@@ -89,6 +89,8 @@ void CudaBackend::freeBuffers() {
     eachHostMap(*this, [](auto& buffer, std::int64_t) { buffer.reset(); });
     model.freeHostArrays();
     match.freeHostArrays();
+    distancesA = DistanceMap{};
+    distancesB = DistanceMap{};
     for (Buffer<std::uint8_t>* buffer :
          {&coonerValue, &resizOne, &resizTwo, &overlapPrevious.cut, &overlapPrevious.zeroSum,
           &overlapCurrent.cut, &overlapCurrent.zeroSum})

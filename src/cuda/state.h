@@ -5,6 +5,7 @@
 
 #include "common/stitch_call.h"
 #include "common/worker_pair.h"
+#include "compose/distance_map.h"
 #include "compose/mosaic.h"
 #include "cuda/feature_side.h"
 #include "cuda/memory.h"
@@ -51,6 +52,8 @@ struct CudaBackend {
     OverlapSide overlapCurrent;
     DeviceBuffer<float> maskA;
     DeviceBuffer<float> maskB;
+    DistanceMap distancesA;
+    DistanceMap distancesB;
     DeviceBuffer<std::uint8_t> weights;
     DeviceBuffer<std::uint8_t> lastFrame;  // the last frame seen, reference of the motion test
     MotionSide motionPrevious;

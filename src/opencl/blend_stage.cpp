@@ -32,8 +32,8 @@ bool distances(OpenclJoint& cl) {
         !readBuffer(cl, cl.buffers[ClBuffer::blendWeightBCL], cl.maskB.data(), bytes))
         return false;
     clearMaskEdge(cl.maskB.data(), frame.rows, frame.cols);
-    chamferDistance(cl.maskA.data(), frame.rows, frame.cols);
-    chamferDistance(cl.maskB.data(), frame.rows, frame.cols);
+    cl.distances.transform(cl.maskA.data(), frame.rows, frame.cols);
+    cl.distances.transform(cl.maskB.data(), frame.rows, frame.cols);
     return writeBuffer(cl, cl.buffers[ClBuffer::blendWeightACL], cl.maskA.data(), bytes) &&
            writeBuffer(cl, cl.buffers[ClBuffer::blendWeightBCL], cl.maskB.data(), bytes);
 }

@@ -6,6 +6,7 @@
 #include "common/stitch_call.h"
 #include "common/tuning.h"
 #include "common/worker_pair.h"
+#include "compose/distance_map.h"
 #include "compose/mosaic.h"
 #include "cpu/brightness.h"
 #include "opencl/feature_side.h"
@@ -61,6 +62,7 @@ struct OpenclJoint {
     Buffer<std::uint8_t> canvasCut;
     Buffer<float> maskA;
     Buffer<float> maskB;
+    DistanceMap distances;
     OverlapScratch overlap;
 
     FrameSize frame() const { return {clScaledWidth, clScaledHeight, clFrameChannels}; }

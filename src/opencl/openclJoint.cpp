@@ -149,6 +149,7 @@ void OpenclJoint::freeHostArrays() {
         buffer->reset();
     maskA.reset();
     maskB.reset();
+    distances = DistanceMap{};
     overlap = OverlapScratch{};
     estimation = EstimationScratch{};
     modelSide.reset();

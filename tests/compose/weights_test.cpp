@@ -4,8 +4,10 @@
 #include <algorithm>
 
 #include "common/grey.h"
+#include "compose/distance_map.h"
 #include "compose/weights.h"
 #include "support/guarded_buffer.h"
+#include "support/levels.h"
 #include "support/lines.h"
 #include "support/picture.h"
 
@@ -145,6 +147,35 @@ TEST(ChamferDistance, AgreesOnSparseMasks) {
         literalChamfer(expected, 61, 83);
         ASSERT_EQ(distancesOf(mask, 61, 83), expected) << emptyInThousand;
     }
+}
+
+/// One map over all sizes, as a session keeps it.
+void expectSameMap(DistanceMap& map, const Mask& before, std::int32_t rows, std::int32_t cols) {
+    const auto mask = GuardedBuffer<float>::copyOf(before);
+    map.transform(mask->data(), rows, cols);
+    ASSERT_EQ(Mask(mask->begin(), mask->end()), distancesOf(before, rows, cols)) << rows << " x " << cols;
+    ASSERT_TRUE(mask->intact());
+}
+
+TEST(DistanceMap, HoldsTheChamferDistances) {
+    test::atEveryLevel([] {
+        DistanceMap map;
+        for (const auto& [rows, cols] : sizes)
+            for (std::uint64_t seed = 0; seed < 5; ++seed) {
+                Mask mask = maskOf(patchyImage(rows, cols, 1, seed), rows, cols, 1);
+                expectSameMap(map, mask, rows, cols);
+                clearMaskEdge(mask.data(), rows, cols);
+                expectSameMap(map, mask, rows, cols);
+            }
+        for (const std::int32_t emptyInThousand : {0, 1, 20, 500, 980, 1000}) {
+            test::Random random(static_cast<std::uint64_t>(emptyInThousand));
+            Mask mask(131 * 157);
+            for (float& value : mask) value = random.between(1, 1000) <= emptyInThousand ? 0.0F : 255.0F;
+            expectSameMap(map, mask, 131, 157);
+            mask[70 * 157 + 80] = 12.5F;  // no mask has it, but who knows what a device leaves
+            expectSameMap(map, mask, 131, 157);
+        }
+    });
 }
 
 TEST(ChamferDistance, LooksOnlyAtThreeNeighboursPerPass) {
