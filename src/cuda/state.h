@@ -77,7 +77,7 @@ CudaBackend& cudaBackend();
 /// Prepares the frames, starts the mosaic of a continue flag of 0, estimates the shift and judges the frame.
 bool stitchingImageOffset(CudaBackend& cuda, const StitchCall& call);
 
-/// Hands both frames to the workers and estimates the offset from what they find.
+/// Finds the features of both frames at the same time and estimates the offset from them.
 bool imageMosaicFun(CudaBackend& cuda);
 
 /// The motion test of the current frame against the last one seen: assigns stitch_flags.

@@ -86,7 +86,7 @@ cl_program CreateProgram(OpenclJoint& cl);
 bool stitchingImageOffsetCL(OpenclJoint& cl, const StitchCall& call, std::uint8_t* previousFrame,
                             const ImageDesc& previousDesc, const ImageDesc& currentDesc);
 
-/// Hands both frames to the workers and estimates the offset from what they find.
+/// Finds the features of both frames at the same time and estimates the offset from them.
 bool imageMosaicFun(OpenclJoint& cl, std::uint8_t* previousFrame, std::uint8_t* currentFrame);
 
 /// Motion between a frame and the current one: the mean absolute difference of their smoothed
