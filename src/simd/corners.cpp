@@ -1,8 +1,7 @@
 // The inner loops of corner detection, compiled once per instruction level (BRANTEL_LEVEL names it), most of
 // them as plain C++ for the compiler to vectorise. Nothing here may call inline functions of other headers
 // than Highway's: the linker could pick this level's copy for all.
-#include <hwy/highway.h>
-
+#include "simd/highway.h"
 #include "simd/kernels.h"
 
 namespace brantel::simd::BRANTEL_LEVEL {
@@ -102,7 +101,7 @@ float harrisRow(const HarrisRow& given, int64_t first, int64_t last, float sum) 
     return added<false>(sum, row.responseAbove + x, last - x);
 }
 
-#if HWY_TARGET == HWY_SCALAR
+#if !BRANTEL_VECTORS
 
 inline float larger(float a, float b) {
     return a > b ? a : b;

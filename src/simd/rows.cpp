@@ -1,11 +1,10 @@
 // The inner loops, compiled once per instruction level (BRANTEL_LEVEL names it), most of them as plain C++
 // for the compiler to vectorise. Nothing here may call inline functions of other headers than Highway's: the
 // linker could pick this level's copy for all.
-#include "simd/kernels.h"
-
-#include <hwy/highway.h>
-
 #include <cstring>
+
+#include "simd/highway.h"
+#include "simd/kernels.h"
 
 namespace brantel::simd::BRANTEL_LEVEL {
 
@@ -26,7 +25,7 @@ inline uint32_t greyOf(uint32_t blue, uint32_t green, uint32_t red) {
     return (((blue * 114U + green * 587U + red * 299U + 500U) >> 3U) * 33555U) >> 22U;
 }
 
-#if HWY_TARGET != HWY_SCALAR
+#if BRANTEL_VECTORS
 
 /// The same in 16 bits: 114 b + 587 g + 299 r is 8 (14 b + 73 g + 37 r) + 2 b + 3 g + 3 r.
 template <class Vector>

@@ -1,9 +1,8 @@
 // The inner loops of sums, compiled once per instruction level (BRANTEL_LEVEL names it). Nothing here may
 // call inline functions of other headers than Highway's: the linker could pick this level's copy for all.
-#include <hwy/highway.h>
-
 #include <cstring>
 
+#include "simd/highway.h"
 #include "simd/kernels.h"
 
 #if defined(__BMI2__) && defined(__PCLMUL__)
@@ -60,7 +59,7 @@ struct Quotients {
     int64_t multiple;  // sum of the v - r
 };
 
-#if HWY_TARGET == HWY_SCALAR
+#if !BRANTEL_VECTORS
 
 inline Quotients divide(const uint8_t* bytes, int32_t spacingBits) {
     const int32_t half = 1 << (spacingBits - 1);
