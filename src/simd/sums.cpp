@@ -11,7 +11,9 @@
 
 namespace brantel::simd::BRANTEL_LEVEL {
 
+#if BRANTEL_VECTORS
 namespace hn = hwy::HWY_NAMESPACE;
+#endif
 
 namespace {
 
