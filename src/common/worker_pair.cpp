@@ -1,6 +1,9 @@
 #include "common/worker_pair.h"
 
+#include <cstdio>
+
 #include "common/guard.h"
+#include "common/log.h"
 #include "platform/platform.h"
 
 namespace brantel {
@@ -9,6 +12,12 @@ namespace {
 
 bool runJob(const Job& job) {
     return succeeds("worker job", [&job] { return job.run(job.context); });
+}
+
+void reportJoin(const char* thread, bool joined) {
+    char line[64];
+    std::snprintf(line, sizeof line, "pthread_join %s %s", thread, joined ? "success" : "failed");
+    streamLine(line);
 }
 
 }  // namespace
@@ -88,6 +97,23 @@ bool Worker::join() {
     return joined;
 }
 
+bool WorkerPair::start(void (*onMatchStart)()) {
+    if (!model.start(nullptr)) {
+        streamLine("ALG_template_model_init_process_pthread faled");
+        return false;
+    }
+    if (match.start(onMatchStart)) return true;
+    streamLine("ALG_search_match_init_process_pthread faled");
+    return false;
+}
+
+void WorkerPair::join(const char* modelName, const char* matchName) {
+    model.clearRunFlag();
+    match.clearRunFlag();
+    reportJoin(modelName, model.join());
+    reportJoin(matchName, match.join());
+}
+
 bool WorkerPair::runBoth(Job modelJob, Job matchJob) {
     broke_ = true;
     if (!match.isRunning() || !model.request(modelJob)) return false;
@@ -100,11 +126,6 @@ bool WorkerPair::runBoth(Job modelJob, Job matchJob) {
 bool WorkerPair::runAlone(Job job) {
     broke_ = !match.isRunning() || !model.isRunning() || !runJob(job);
     return !broke_;
-}
-
-void WorkerPair::clearRunFlags() {
-    model.clearRunFlag();
-    match.clearRunFlag();
 }
 
 }  // namespace brantel

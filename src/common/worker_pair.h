@@ -70,6 +70,12 @@ struct WorkerPair {
     Worker model;
     Worker match;
 
+    /// Starts both threads, the match worker's with onMatchStart (see Worker). False, with a line, when one cannot be
+    /// started; a model thread that runs by then is left running.
+    bool start(void (*onMatchStart)() = nullptr);
+    /// Ends both threads after the job in progress, if any, and says for each under its name whether there was one.
+    void join(const char* modelName, const char* matchName);
+
     /// Does both jobs at the same time, the model's on its worker. False when one of the threads does not run
     /// or a job failed (an exception has been logged). What the jobs wrote is visible afterwards.
     bool runBoth(Job modelJob, Job matchJob);
@@ -77,8 +83,6 @@ struct WorkerPair {
     bool runAlone(Job job);
     /// True when the last jobs were not begun or did not come to their end.
     bool broke() const { return broke_; }
-    /// Clears both run flags; a job in progress is finished, then the threads end.
-    void clearRunFlags();
 
   private:
     bool broke_ = false;

@@ -21,20 +21,10 @@ float meanGrey(const GreyPart& part) {
     return sum.mean();
 }
 
-float meanGrey(const std::uint8_t* grey, std::int32_t rows, std::int32_t cols) {
-    return meanGrey(GreyPart{grey, cols, rows, cols});
-}
-
 float meanOfBright(const GreyPart& part) {
     OrderedSum sum;
     for (std::int64_t r = 0; r < part.rows; ++r)
         sum.addGreater(part.pixels + r * part.stride, part.cols, brightLevel);
-    return sum.mean();
-}
-
-float meanOfBright(const std::uint8_t* grey, std::int64_t pixels) {
-    OrderedSum sum;
-    sum.addGreater(grey, pixels, brightLevel);
     return sum.mean();
 }
 
@@ -51,6 +41,10 @@ void judgeBrightness(StitchFlags& record, const StitchModes& modes, std::int32_t
 
 std::int32_t motionThreshold(const StitchModes& modes) {
     return modes.GstaticMainDynamicFlag != 0 ? 5 : 255;
+}
+
+void judgeMotion(StitchFlags& record, const StitchModes& modes, std::int64_t motion) {
+    record.stitch_flags = motion < motionThreshold(modes) ? 1 : 0;
 }
 
 }  // namespace brantel

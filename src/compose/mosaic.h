@@ -156,6 +156,8 @@ std::int32_t areaResult(const cv::Mat& canvas, std::int32_t limitA, std::int32_t
 template <class Stitch>
 std::int32_t answerStitchCall(const StitchCall& call, const Mosaic& mosaic, std::int32_t limitA,
                               std::int32_t limitB, Stitch&& stitch) {
+    if (call.currentFrame == nullptr)
+        streamLine("thedestImage is NULL");  // and on: the offset stage refuses it
     const bool done = succeeds("stichingImagedJoint", stitch);
     writeOutputs(mosaic, call);
     return done ? areaResult(mosaic.canvas, limitA, limitB) : -1;

@@ -1,6 +1,6 @@
 #include "compose/overlap.h"
 
-#include "compose/judgement.h"
+#include "common/crew.h"
 
 namespace brantel {
 
@@ -16,12 +16,13 @@ OverlapParts cutOverlap(const Mosaic& mosaic, const std::uint8_t* current, const
     return parts;
 }
 
-void recordBrightness(StitchFlags& record, const std::uint8_t* canvasGrey, const std::uint8_t* frameGrey,
-                      const OverlapParts& parts) {
-    record.prevMean = meanGrey(canvasGrey, parts.canvas.rows, parts.canvas.cols);
-    record.curMean = meanGrey(frameGrey, parts.frame.rows, parts.frame.cols);
-    record.prevBrightMean = meanOfBright(canvasGrey, parts.canvas.pixels());
-    record.curBrightMean = meanOfBright(frameGrey, parts.frame.pixels());
+void recordBrightness(StitchFlags& record, const GreyPart& canvas, const GreyPart& frame, WorkerPair* workers) {
+    shareLoop(workers, 4, 1, [&](std::int64_t measure, std::int64_t, std::int32_t) {  // the longest ones first
+        if (measure == 0) record.prevBrightMean = meanOfBright(canvas);
+        if (measure == 1) record.curBrightMean = meanOfBright(frame);
+        if (measure == 2) record.prevMean = meanGrey(canvas);
+        if (measure == 3) record.curMean = meanGrey(frame);
+    });
 }
 
 }  // namespace brantel

@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "common/buffer.h"
+#include "compose/judgement.h"
 #include "compose/mosaic.h"
 
 namespace brantel {
@@ -18,8 +19,8 @@ struct OverlapParts {
 OverlapParts cutOverlap(const Mosaic& mosaic, const std::uint8_t* current, const FrameSize& frame,
                         Buffer<std::uint8_t>& canvasCut, Buffer<std::uint8_t>& frameCut);
 
-/// Fills the record's four brightness measures from the grey images of both cuts.
-void recordBrightness(StitchFlags& record, const std::uint8_t* canvasGrey, const std::uint8_t* frameGrey,
-                      const OverlapParts& parts);
+/// Fills the record's four brightness measures from the grey images of both parts. Idle workers lend a hand; may be
+/// null.
+void recordBrightness(StitchFlags& record, const GreyPart& canvas, const GreyPart& frame, WorkerPair* workers);
 
 }  // namespace brantel

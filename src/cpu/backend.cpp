@@ -1,7 +1,5 @@
 #include "cpu/backend.h"
 
-#include <cstdio>
-
 #include "common/log.h"
 
 namespace brantel {
@@ -12,18 +10,6 @@ void searchMatchStarted() {
     streamLine("findHarrisCornerCoordianteThreadTwo in");
 }
 
-bool startWorkers(WorkerPair& workers) {
-    if (!workers.model.start(nullptr)) {
-        streamLine("ALG_template_model_init_process_pthread faled");
-        return false;
-    }
-    if (!workers.match.start(searchMatchStarted)) {
-        streamLine("ALG_search_match_init_process_pthread faled");  // the first thread is left running
-        return false;
-    }
-    return true;
-}
-
 /// Room for the frames' grey images. A second initialisation keeps what the first one made, whatever its
 /// size.
 void allocateFrames(CpuBackend& cpu) {
@@ -32,12 +18,6 @@ void allocateFrames(CpuBackend& cpu) {
     for (Buffer<std::uint8_t>* buffer : {&cpu.previousStore, &cpu.previousSide.grey, &cpu.currentSide.grey})
         buffer->ensure(greyBytes);
     cpu.frameCapacity = cpu.frame.bytes();
-}
-
-void report(const char* what, bool done) {
-    char line[64];
-    std::snprintf(line, sizeof line, "pthread_join %s %s", what, done ? "success" : "failed");
-    streamLine(line);
 }
 
 }  // namespace
@@ -71,7 +51,7 @@ bool initJointCpu(const FrameSetup& setup) {
     CpuBackend& cpu = cpuBackend();
     cpu.ready = false;
     if (!framesAreUsable(setup)) return false;
-    if (!startWorkers(cpu.workers)) return false;
+    if (!cpu.workers.start(searchMatchStarted)) return false;
     const FrameSize size{setup.rows / scaleDivisor, setup.cols / scaleDivisor, setup.channels};
     // A template of another size says nothing about the frames to come.
     if (size.rows != cpu.frame.rows || size.cols != cpu.frame.cols) cpu.mosaic.hasTemplate = false;
@@ -93,9 +73,7 @@ bool initJointCpu(const FrameSetup& setup) {
 bool uinitJointCpu() {
     CpuBackend& cpu = cpuBackend();
     cpu.ready = false;
-    cpu.workers.clearRunFlags();
-    report("model_pid", cpu.workers.model.join());
-    report("match_pid", cpu.workers.match.join());
+    cpu.workers.join("model_pid", "match_pid");
     cpu.freeBuffers();
     cpu.mosaic = Mosaic{};
     return true;

@@ -15,12 +15,9 @@ struct OverlapScratch {
     Buffer<std::uint8_t> greyB;
 };
 
-/// Grey copy of a packed image in a buffer that grows as needed.
-const std::uint8_t* toGrey(const std::uint8_t* image, const ImageDesc& desc, Buffer<std::uint8_t>& grey);
-
 /// Fills the record's four brightness measures from the parts of canvas and current frame that overlap at the
-/// record's offset.
+/// record's offset. Idle workers lend a hand; may be null.
 void measureBrightness(Mosaic& mosaic, const std::uint8_t* current, const FrameSize& frame,
-                       OverlapScratch& scratch);
+                       OverlapScratch& scratch, WorkerPair* workers);
 
 }  // namespace brantel

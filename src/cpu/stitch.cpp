@@ -70,29 +70,22 @@ void keepFirstAsTemplate(CpuBackend& cpu, const CallFrames& frames) {
 
 void measureOverlap(CpuBackend& cpu, const CallFrames& frames) {
     if (!cpu.mosaic.templateOnCanvas)
-        return measureBrightness(cpu.mosaic, frames.current, cpu.frame, cpu.overlap);
+        return measureBrightness(cpu.mosaic, frames.current, cpu.frame, cpu.overlap, &cpu.workers);
     // What the canvas holds where the frames overlap is the template's part, whose grey image is at hand.
     const OverlapRegions parts = overlapRegions({0, 0}, cpu.mosaic.offset(), cpu.frame.rows, cpu.frame.cols);
     const auto greyPart = [&cpu](const std::uint8_t* grey, const Region& region) {
         return GreyPart{grey + std::int64_t{region.rowStart} * cpu.frame.cols + region.colStart,
                         cpu.frame.cols, region.rowEnd - region.rowStart, region.colEnd - region.colStart};
     };
-    const GreyPart previous = greyPart(previousGrey(cpu, frames), parts.canvas);
-    const GreyPart current = greyPart(cpu.currentSide.grey.data(), parts.frame);
-    StitchFlags& record = cpu.mosaic.record;
-    shareLoop(&cpu.workers, 4, 1, [&](std::int64_t measure, std::int64_t, std::int32_t) {
-        if (measure == 0) record.prevBrightMean = meanOfBright(previous);
-        if (measure == 1) record.curBrightMean = meanOfBright(current);
-        if (measure == 2) record.prevMean = meanGrey(previous);
-        if (measure == 3) record.curMean = meanGrey(current);
-    });
+    recordBrightness(cpu.mosaic.record, greyPart(previousGrey(cpu, frames), parts.canvas),
+                     greyPart(cpu.currentSide.grey.data(), parts.frame), &cpu.workers);
 }
 
 void judgeByMotion(CpuBackend& cpu, const CallFrames& frames) {
     const std::uint8_t* first = frames.first == nullptr ? nullptr : cpu.previousSide.grey.data();
     const std::int64_t motion =
         cpu.motion.measure(first, cpu.currentSide.grey.data(), cpu.frame.rows, cpu.frame.cols, &cpu.workers);
-    cpu.mosaic.record.stitch_flags = motion < motionThreshold(stitchModes()) ? 1 : 0;
+    judgeMotion(cpu.mosaic.record, stitchModes(), motion);
 }
 
 bool stitchFrame(CpuBackend& cpu, const StitchCall& call) {
@@ -195,8 +188,6 @@ bool stitchingImageImageblend(CpuBackend& cpu, const CallFrames& frames) {
 
 std::int32_t stichingImagedJointCpu(const StitchCall& call) {
     CpuBackend& cpu = cpuBackend();
-    if (call.currentFrame == nullptr)
-        streamLine("thedestImage is NULL");  // and on: the offset stage refuses it
     cpu.expected = call.expected;
     return answerStitchCall(call, cpu.mosaic, cpu.limitA, cpu.limitB, [&] { return stitch(cpu, call); });
 }

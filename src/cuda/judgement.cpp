@@ -89,8 +89,7 @@ void filterCut(OverlapSide& side, const ImageDesc& part, const PageLockedBuffer<
 }  // namespace
 
 void judgeByMotion(CudaBackend& cuda, const DeviceBuffer<std::uint8_t>& lastSeen) {
-    const std::int64_t motion = motionMeasure(cuda, lastSeen);
-    cuda.mosaic.record.stitch_flags = motion < motionThreshold(stitchModes()) ? 1 : 0;
+    judgeMotion(cuda.mosaic.record, stitchModes(), motionMeasure(cuda, lastSeen));
 }
 
 void judgeByBrightness(CudaBackend& cuda) {
@@ -98,7 +97,8 @@ void judgeByBrightness(CudaBackend& cuda) {
                                           cuda.overlapPrevious.cut, cuda.overlapCurrent.cut);
     const std::uint8_t* canvas = greyOfCut(cuda.overlapPrevious, parts.canvas, cuda.model.hostMap);
     const std::uint8_t* frame = greyOfCut(cuda.overlapCurrent, parts.frame, cuda.match.hostMap);
-    recordBrightness(cuda.mosaic.record, canvas, frame, parts);
+    recordBrightness(cuda.mosaic.record, GreyPart::whole(canvas, parts.canvas.rows, parts.canvas.cols),
+                     GreyPart::whole(frame, parts.frame.rows, parts.frame.cols), &cuda.workers);
     filterCut(cuda.overlapPrevious, parts.canvas, cuda.model.hostMap);
     filterCut(cuda.overlapCurrent, parts.frame, cuda.match.hostMap);
     judgeBrightness(cuda.mosaic.record, stitchModes(), cuda.frame.rows, cuda.frame.cols);

@@ -46,18 +46,6 @@ bool kernelsCanIndex(const FrameSetup& setup) {
     return false;
 }
 
-bool startWorkers(WorkerPair& workers) {
-    if (!workers.model.start(nullptr)) {
-        streamLine("ALG_template_model_init_process_pthread faled");
-        return false;
-    }
-    if (!workers.match.start(nullptr)) {
-        streamLine("ALG_search_match_init_process_pthread faled");  // the first thread is left running
-        return false;
-    }
-    return true;
-}
-
 void takeSetup(CudaBackend& cuda, const FrameSetup& setup) {
     cuda.frame = {setup.rows / scaleDivisor, setup.cols / scaleDivisor, setup.channels};
     cuda.tuning = CornerTuning::forDensity(setup.densityLevel);
@@ -87,12 +75,6 @@ bool allocateHostArrays(CudaBackend& cuda) {
            });
 }
 
-void report(const char* thread, bool joined) {
-    char line[64];
-    std::snprintf(line, sizeof line, "pthread_join %s %s", thread, joined ? "success" : "failed");
-    streamLine(line);
-}
-
 }  // namespace
 
 bool initJointCuda(const FrameSetup& setup) {
@@ -101,7 +83,7 @@ bool initJointCuda(const FrameSetup& setup) {
     cuda.ready = false;
     cuda.mosaic.record = {};
     cuda.mosaic.minimum = cuda.mosaic.maximum = {};
-    if (!startWorkers(cuda.workers)) return false;
+    if (!cuda.workers.start()) return false;
     takeSetup(cuda, setup);
     cuda.allocateDeviceBuffers();
     if (!allocateHostArrays(cuda)) return false;
@@ -113,9 +95,7 @@ bool initJointCuda(const FrameSetup& setup) {
 bool uinitJointCuda() {
     CudaBackend& cuda = cudaBackend();
     cuda.ready = false;
-    cuda.workers.clearRunFlags();
-    report("cuda_one_pid", cuda.workers.model.join());
-    report("cuda_two_pid", cuda.workers.match.join());
+    cuda.workers.join("cuda_one_pid", "cuda_two_pid");
     debugLine("pthread_join out");
     cuda.freeBuffers();
     cuda.mosaic = Mosaic{};

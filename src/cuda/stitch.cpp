@@ -151,8 +151,6 @@ bool stitchingImageOffset(CudaBackend& cuda, const StitchCall& call) {
 
 std::int32_t stichingImagedJointCuda(const StitchCall& call) {
     CudaBackend& cuda = cudaBackend();
-    if (call.currentFrame == nullptr)
-        streamLine("thedestImage is NULL");  // and on: the offset stage refuses it
     cuda.expected = call.expected;
     return answerStitchCall(call, cuda.mosaic, cuda.limitRows, cuda.limitCols,
                             [&] { return stitch(cuda, call); });

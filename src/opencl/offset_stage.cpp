@@ -64,7 +64,7 @@ bool judgeByMotion(OpenclJoint& cl, std::uint8_t* lastSeen) {
         cl.deviceFailed = true;
         return false;
     }
-    cl.mosaic.record.stitch_flags = motion < motionThreshold(stitchModes()) ? 1 : 0;
+    judgeMotion(cl.mosaic.record, stitchModes(), motion);
     return true;
 }
 
@@ -74,7 +74,7 @@ bool judge(OpenclJoint& cl, std::uint8_t* lastSeen) {
         if (!judgeByMotion(cl, lastSeen)) return false;
     } else {
         debugLine("0 == GStitchMode");
-        measureBrightness(cl.mosaic, cl.clFrameCopyB.data(), cl.frame(), cl.overlap);
+        measureBrightness(cl.mosaic, cl.clFrameCopyB.data(), cl.frame(), cl.overlap, &cl.workers);
         judgeBrightness(cl.mosaic.record, stitchModes(), cl.frame().rows, cl.frame().cols);
     }
     debugLine(cl.mosaic.record.stitch_flags == 1 ? "flags.stitch_flags = 1;" : "flags.stitch_flags = 0;");

@@ -45,18 +45,6 @@ bool openDevice(OpenclJoint& cl) {
     return cl.clProgram != nullptr;
 }
 
-bool startWorkers(WorkerPair& workers) {
-    if (!workers.model.start(nullptr)) {
-        streamLine("ALG_template_model_init_process_pthread faled");
-        return false;
-    }
-    if (!workers.match.start(nullptr)) {
-        streamLine("ALG_search_match_init_process_pthread faled");  // the first thread is left running
-        return false;
-    }
-    return true;
-}
-
 bool createDeviceObjects(OpenclJoint& cl, std::int32_t height, std::int32_t channels) {
     if (!CreateMemObjectsImg(cl, cl.clScale, height % cl.clScale, 0, channels)) {
         debugLine("CreateMemObjectsImg failed");
@@ -127,10 +115,6 @@ bool usable(const FrameSetup& setup) {
            std::int64_t{setup.rows} * setup.cols <= std::numeric_limits<std::int32_t>::max();
 }
 
-void reportJoin(bool joined, const char* success, const char* failure) {
-    streamLine(joined ? success : failure);
-}
-
 }  // namespace
 
 OpenclJoint& openclJoint() {
@@ -165,7 +149,7 @@ bool initJointCL(const FrameSetup& setup) {
     if (!cl.mosaic.canvas.empty()) cl.mosaic.canvas.release();
     if (!openDevice(cl)) return false;
     // From here on nothing is released on failure: the threads run, and what was made is kept for a next try.
-    if (!startWorkers(cl.workers)) return false;
+    if (!cl.workers.start()) return false;
     cl.clScaledWidth = setup.rows / cl.clScale;
     cl.clScaledHeight = setup.cols / cl.clScale;
     if (!createDeviceObjects(cl, setup.cols, setup.channels)) return false;
@@ -182,8 +166,6 @@ bool initJointCL(const FrameSetup& setup) {
 
 std::int32_t stichingImagedJointCL(const StitchCall& call) {
     OpenclJoint& cl = openclJoint();
-    if (call.currentFrame == nullptr)
-        streamLine("thedestImage is NULL");  // and on: the offset stage refuses it
     cl.clRowRangeArgA = call.expected.x;
     cl.clRowRangeArgB = call.expected.y;
     cl.clRowRangeMode = call.expected.use ? 1 : 0;
@@ -198,9 +180,7 @@ bool uinitJointCL() {
     releaseMemObjectsCL(cl);
     releaseKernelsCL(cl);
     releaseDevice(cl);
-    cl.workers.clearRunFlags();
-    reportJoin(cl.workers.model.join(), "pthread_join one_pidCL success", "pthread_join one_pidCL failed");
-    reportJoin(cl.workers.match.join(), "pthread_join two_pidCL success", "pthread_join two_pidCL failed");
+    cl.workers.join("one_pidCL", "two_pidCL");
     cl.freeHostArrays();
     cl.mosaic = Mosaic{};
     return true;
