@@ -7,8 +7,8 @@ namespace brantel::bench {
 
 /// The library through its exports, on the CPU.
 Outcome runLibrary(const Scan& scan, const std::string& file, std::int32_t mainMode);
-/// The plain routines in sequence on one thread, with the time of every stage.
-Outcome runPlain(const Scan& scan, std::int32_t mainMode);
+/// The reference's steps in sequence on one thread, with the time of each.
+Outcome runReference(const Scan& scan, std::int32_t mainMode);
 /// A copy of the frame, and of as many bytes of a canvas as well.
 Outcome runCopy(const Scan& scan, bool withCanvasWindow);
 

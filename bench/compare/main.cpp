@@ -1,15 +1,17 @@
-// brantel-compare: the library beside its plain routines and what a user would otherwise write on OpenCV,
+// brantel-compare: the library beside its reference and what a user would otherwise write on OpenCV,
 // over the same scan in one run.
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <numeric>
 #include <thread>
 
 #include "compare/contenders.h"
 #include "compare/report.h"
 #include "compare/special.h"
+#include "compare/straight.h"
 
 namespace {
 
@@ -23,6 +25,8 @@ struct Options {
     std::vector<std::string> only;
     int repeat = 3;
     int longCalls = 500;
+    int pause = 33;
+    std::vector<int> lengths{250, 1000};
 };
 
 std::vector<Contender> contendersOf(const Options& options) {
@@ -30,8 +34,8 @@ std::vector<Contender> contendersOf(const Options& options) {
     return {
         {"brantel", [file](const Scan& scan) { return runLibrary(scan, file, 0); }},
         {"brantel-motion", [file](const Scan& scan) { return runLibrary(scan, file, 1); }},
-        {"plain", [](const Scan& scan) { return runPlain(scan, 0); }},
-        {"plain-motion", [](const Scan& scan) { return runPlain(scan, 1); }},
+        {"reference", [](const Scan& scan) { return runReference(scan, 0); }},
+        {"reference-motion", [](const Scan& scan) { return runReference(scan, 1); }},
         {"copy-frame", [](const Scan& scan) { return runCopy(scan, false); }},
         {"copy-frame-and-window", [](const Scan& scan) { return runCopy(scan, true); }},
         {"orb", [](const Scan& scan) { return runOrb(scan, false); }},
@@ -90,6 +94,9 @@ std::vector<Special> specials() {
              [](const Options& o) { return runLong(o.scan, o.library, o.longCalls); }, "late", "early"},
             {"growth", "Growth of a 1 GB canvas", [](const Options&) { return runGrowth(); }, "growth",
              "copy into fresh memory"},
+            {"paced", "Merged frames at a camera's pace",
+             [](const Options& o) { return runPaced(o.scan, o.library, o.pause); }, "the host asleep",
+             "back to back"},
             {"hand-off", "An empty job to a worker and back", [](const Options&) { return runHandOff(); }}};
 }
 
@@ -120,6 +127,37 @@ nlohmann::json runSpecials(const Options& options) {
     return all;
 }
 
+/// The cost of a frame while the mosaic grows, for both lengths.
+nlohmann::json runStraight(const Options& options) {
+    nlohmann::json all = nlohmann::json::array();
+    const ScanSetup& scan = options.scan;
+    std::printf("\nStraight scans, %d x %d x %d, ms per merged frame:\n", scan.cols, scan.rows,
+                scan.channels);
+    std::printf("| course         | frames |   mean | 99 %% |  worst | peak MiB | mean : inside |\n");
+    std::printf("|----------------|-------:|-------:|-------:|-------:|---------:|--------------:|\n");
+    for (const int length : options.lengths) {
+        double inside = 0;
+        for (const Course& course : courses()) {
+            const Outcome outcome =
+                runApart([&] { return runCourse(scan, options.library, course, length); });
+            std::vector<double> ms = outcome.ms;
+            std::sort(ms.begin(), ms.end());
+            const double mean = std::accumulate(ms.begin(), ms.end(), 0.0) / static_cast<double>(ms.size());
+            if (course.inside()) inside = mean;
+            const double late = ms[ms.size() * 99 / 100];
+            std::printf("| %-14s | %6d | %6.2f | %6.2f | %6.1f | %8.0f | %13.2f |\n", course.name, length,
+                        mean, late, ms.back(), outcome.peakMiB, mean / inside);
+            all.push_back({{"course", course.name},
+                           {"frames", length},
+                           {"mean", mean},
+                           {"p99", late},
+                           {"worst", ms.back()},
+                           {"peakMiB", outcome.peakMiB}});
+        }
+    }
+    return all;
+}
+
 /// The contenders that are wanted, over one scan.
 nlohmann::json runScan(const Options& options) {
     const Scan scan = makeScan(options.scan);
@@ -133,12 +171,12 @@ nlohmann::json runScan(const Options& options) {
     return toJson(scan, rows);
 }
 
-/// The library, its plain routines and the copies with frames of 5 megapixels.
+/// The library, its reference and the copies with frames of 5 megapixels.
 Options largeFrames(Options options) {
     options.scan.cols = 2448;
     options.scan.rows = 2048;
     options.scan.frames = std::min(options.scan.frames, 9);
-    options.only = {"brantel", "plain", "copy-frame", "copy-frame-and-window"};
+    options.only = {"brantel", "reference", "copy-frame", "copy-frame-and-window"};
     return options;
 }
 
@@ -152,12 +190,13 @@ void run(const Options& options) {
                     [&](const Contender& contender) { return wanted(options, contender.name); }))
         all["scan"] = runScan(options);
     if (wanted(options, "large")) all["large"] = runScan(largeFrames(options));
+    if (wanted(options, "straight")) all["straight"] = runStraight(options);
     all["special"] = runSpecials(options);
     std::ofstream(options.json) << all.dump(2) << '\n';
 }
 
 std::vector<std::string> allNames() {
-    std::vector<std::string> names{"large"};
+    std::vector<std::string> names{"large", "straight"};
     const Options defaults;
     for (const Contender& contender : contendersOf(defaults)) names.push_back(contender.name);
     for (const Special& special : specials()) names.emplace_back(special.name);
@@ -178,6 +217,11 @@ int parseAndRun(int argc, char** argv) {
         ->delimiter(',')
         ->check(CLI::IsMember(allNames()));
     app.add_option("--calls", options.longCalls, "calls of the long stream")->check(CLI::Range(20, 1000000));
+    app.add_option("--pace", options.pause, "milliseconds that the paced host sleeps")
+        ->check(CLI::Range(0, 10000));
+    app.add_option("--lengths", options.lengths, "frames of the straight scans")
+        ->delimiter(',')
+        ->check(CLI::Range(3, 1000000));
     app.add_option("--library", options.library, "the shared library to measure");
     app.add_option("--json", options.json, "file to write the numbers to");
     CLI11_PARSE(app, argc, argv);

@@ -1,9 +1,10 @@
-// The library, its plain routines on one thread, and the copies that are the floor for both.
+// The library, the reference on one thread, and the copies that are the floor for both.
 #include <cstring>
 
 #include "compare/contenders.h"
 #include "compare/library.h"
-#include "plain/pipeline.h"
+#include "reference/pipeline.h"
+#include "silent_log.h"
 
 namespace brantel::bench {
 
@@ -43,12 +44,12 @@ Outcome runLibrary(const Scan& scan, const std::string& file, std::int32_t mainM
     return outcome;
 }
 
-Outcome runPlain(const Scan& scan, std::int32_t mainMode) {
+Outcome runReference(const Scan& scan, std::int32_t mainMode) {
     Outcome outcome;
     const ScanSetup& setup = scan.setup;
     std::map<std::string, double> now;
-    plain::Pipeline pipeline({setup.rows, setup.cols, setup.channels, 1, 20000, 20000}, {mainMode, 0},
-                             [&now](const char* stage, double ms) { now[stage] += ms; });
+    reference::Pipeline pipeline(silent(), {setup.rows, setup.cols, setup.channels, 1, 20000, 20000},
+                                 {mainMode, 0}, [&now](const char* stage, double ms) { now[stage] += ms; });
     Score score;
     const Stopwatch whole;
     for (std::size_t i = 1; i < scan.frames.size(); ++i) {

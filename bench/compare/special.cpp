@@ -1,13 +1,18 @@
 #include "compare/special.h"
 
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <memory>
+#include <numeric>
 #include <stdexcept>
+#include <thread>
 
 #include "common/worker_pair.h"
 #include "compare/library.h"
 #include "compose/canvas.h"
+#include "silent_log.h"
 
 namespace brantel::bench {
 
@@ -85,8 +90,8 @@ Outcome runLong(const ScanSetup& setup, const std::string& library, int calls) {
 }
 
 Outcome runGrowth() {
-    WorkerPair workers;
-    require(workers.model.start(nullptr) && workers.match.start(nullptr), "no worker threads");
+    WorkerPair workers(silent());
+    require(workers.start(), "no worker threads");
     constexpr int rows = 18000;
     constexpr int cols = 19000;
     constexpr int frameRows = 960;
@@ -127,15 +132,38 @@ Outcome runGrowth() {
         copyTo(static_cast<std::uint8_t*>(room.get()));
         addTo(outcome, "copy into touched memory", again);
     }
-    workers.clearRunFlags();
-    workers.model.join();
-    workers.match.join();
+    return outcome;
+}
+
+Outcome runPaced(const ScanSetup& setup, const std::string& library, int pause) {
+    constexpr int calls = 60;
+    const cv::Point step = stepOf(setup);
+    const std::vector<cv::Mat> frames =
+        framesAt(setup, {{0, 0}, {step.x, 0}, step, {0, step.y}, {0, 0}, {step.x, 0}, step, {0, step.y}});
+    std::vector<std::uint8_t> memory(std::size_t{64} << 20, 1);
+    const auto sleep = [&] { std::this_thread::sleep_for(std::chrono::milliseconds(pause)); };
+    std::uint64_t sum = 0;
+    const auto read = [&] { sum += std::accumulate(memory.begin(), memory.end(), std::uint64_t{0}); };
+    const std::pair<const char*, std::function<void()>> hosts[] = {
+        {"back to back", [] {}}, {"the host asleep", sleep}, {"the host reading 64 MB", read}};
+    Outcome outcome;
+    for (const auto& [name, pass] : hosts) {
+        Library host(library, setup, 0);
+        for (int i = 1; i <= calls; ++i) {
+            pass();
+            const Stopwatch watch;
+            host.stitch(i == 1 ? &frames[0] : nullptr, frames[static_cast<std::size_t>(i) % frames.size()]);
+            if (i > 8) addTo(outcome, name, watch);  // the first lap has a new canvas
+            require(host.lastResult() == 0, "a frame was not registered");
+        }
+    }
+    require(sum % 2 == 0, "the host did not read");
     return outcome;
 }
 
 Outcome runHandOff() {
-    WorkerPair workers;
-    require(workers.model.start(nullptr) && workers.match.start(nullptr), "no worker threads");
+    WorkerPair workers(silent());
+    require(workers.start(), "no worker threads");
     auto nothing = [] {};
     Outcome outcome;
     for (int i = 0; i < 5000; ++i) {
@@ -143,9 +171,6 @@ Outcome runHandOff() {
         require(workers.runBoth(Job::of(nothing), Job::of(nothing)), "the workers refused");
         addTo(outcome, "hand-off", watch);
     }
-    workers.clearRunFlags();
-    workers.model.join();
-    workers.match.join();
     return outcome;
 }
 

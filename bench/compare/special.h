@@ -19,6 +19,9 @@ Outcome runLong(const ScanSetup& setup, const std::string& library, int calls);
 /// growth cannot do without, and into memory that has been touched.
 Outcome runGrowth();
 
+/// Merged frames back to back, with a host that sleeps so many milliseconds before each, and with one that reads 64 MB.
+Outcome runPaced(const ScanSetup& setup, const std::string& library, int pause);
+
 /// Two empty jobs, one of them handed to a worker and waited for.
 Outcome runHandOff();
 

@@ -1,4 +1,4 @@
-// brantel-stages: every stage, the plain routine beside the library's, as
+// brantel-stages: every stage, the reference's beside the library's, as
 // <stage>/<version>/<columns>x<rows>x<channels>.
 #include <benchmark/benchmark.h>
 
@@ -8,17 +8,18 @@ namespace {
 
 using namespace brantel::bench;
 
-constexpr brantel::FrameSize sizes[] = {{480, 640, 1}, {960, 1280, 1}, {2048, 2048, 1}, {2048, 2448, 1}};
+constexpr brantel::ImageDesc sizes[] = {
+    {0, 1, 480, 640}, {0, 1, 960, 1280}, {0, 1, 2048, 2048}, {0, 1, 2048, 2448}};
 
-void measure(benchmark::State& state, const Stage& stage, const brantel::FrameSize& size, bool plain) {
-    const Twins twins = stage.make(materialOf(size));
-    const std::function<void()>& run = plain ? twins.plain : twins.library;
-    if (twins.prepare) twins.prepare();
+void measure(benchmark::State& state, const Stage& stage, const brantel::ImageDesc& size, bool reference) {
+    const Versions versions = stage.make(materialOf(size));
+    const std::function<void()>& run = reference ? versions.reference : versions.library;
+    if (versions.prepare) versions.prepare();
     run();  // memory is there from now on, as for every frame but the first
     for ([[maybe_unused]] auto _ : state) {
-        if (twins.prepare) {
+        if (versions.prepare) {
             state.PauseTiming();
-            twins.prepare();
+            versions.prepare();
             state.ResumeTiming();
         }
         run();
@@ -26,15 +27,15 @@ void measure(benchmark::State& state, const Stage& stage, const brantel::FrameSi
     }
 }
 
-void registerStage([[maybe_unused]] const Stage& stage, brantel::FrameSize size, std::int32_t channels) {
+void registerStage([[maybe_unused]] const Stage& stage, brantel::ImageDesc size, std::int32_t channels) {
     size.channels = channels;
     const std::string suffix =
         "/" + std::to_string(size.cols) + "x" + std::to_string(size.rows) + "x" + std::to_string(channels);
 #ifndef __clang_analyzer__  // it takes what Google Benchmark keeps for a leak
-    for (const bool plain : {true, false})
+    for (const bool reference : {true, false})
         benchmark::RegisterBenchmark(
-            (stage.name + (plain ? "/plain" : "/library") + suffix).c_str(),
-            [stage, size, plain](benchmark::State& state) { measure(state, stage, size, plain); })
+            (stage.name + (reference ? "/reference" : "/library") + suffix).c_str(),
+            [stage, size, reference](benchmark::State& state) { measure(state, stage, size, reference); })
             ->Unit(benchmark::kMillisecond)
             ->UseRealTime();
 #endif
@@ -43,9 +44,9 @@ void registerStage([[maybe_unused]] const Stage& stage, brantel::FrameSize size,
 }  // namespace
 
 int main(int argc, char** argv) {
-    for (const auto& stages : {featureStages(), estimationStages(), judgementStages(), composeStages()})
+    for (const auto& stages : {featureStages(), estimationStages(), acceptanceStages(), composeStages()})
         for (const Stage& stage : stages)
-            for (const brantel::FrameSize& size : sizes)
+            for (const brantel::ImageDesc& size : sizes)
                 for (const std::int32_t channels : stage.channels) registerStage(stage, size, channels);
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;

@@ -3,46 +3,47 @@
 #include <algorithm>
 #include <memory>
 
-#include "plain/image_ops.h"
-#include "plain/regions.h"
-#include "plain/weights.h"
+#include "compose/regions.h"
+#include "reference/features.h"
+#include "reference/image_ops.h"
+#include "silent_log.h"
 #include "support/picture.h"
 
 namespace brantel::bench {
 
 namespace {
 
-std::vector<std::uint8_t> greyWithZeroRow(const std::vector<std::uint8_t>& frame, const FrameSize& size) {
+std::vector<std::uint8_t> greyWithZeroRow(const std::vector<std::uint8_t>& frame, const ImageDesc& size) {
     std::vector<std::uint8_t> grey(frame.begin(), frame.begin() + size.pixels());
-    if (size.channels == 3) plain::rgb2gray(frame.data(), size.rows, size.cols, grey.data());
+    if (size.channels == 3) reference::rgb2gray(silent(), frame.data(), size.rows, size.cols, grey.data());
     grey.resize(grey.size() + static_cast<std::size_t>(size.cols));
     return grey;
 }
 
-plain::FrameFeatures featuresOf(const std::vector<std::uint8_t>& frame, const FrameSize& size) {
-    plain::FeatureStage stage(size.rows, size.cols, size.channels, CornerTuning{});
-    stage.run(frame.data(), nullptr);
-    return stage.features();
+FrameFeatures featuresOf(const std::vector<std::uint8_t>& frame, const ImageDesc& size) {
+    reference::FeatureStage stage(silent(), size, CornerTuning{});
+    stage.run(frame.data());
+    const FrameFeatures& found = stage.features();
+    FrameFeatures features;
+    features.corners = found.corners;
+    features.descriptors.ensure(found.descriptors.size());
+    std::copy_n(found.descriptors.data(), found.descriptors.size(), features.descriptors.data());
+    return features;
 }
 
 /// A corner of the canvas with the previous frame in its upper left: empty where the current one goes on.
 void makeSeam(Material& m) {
-    const FrameSize& size = m.size;
+    const ImageDesc& size = m.size;
     m.cut.assign(m.current.size(), 0);
     ImageDesc part{};
     std::vector<std::uint8_t> overlap(m.current.size());
-    plain::cropImageRegion(m.previous.data(), {m.offset.y, size.rows, m.offset.x, size.cols}, size.rows,
-                           size.cols, size.channels, &part, overlap.data());
-    plain::pasteImageRegion(overlap.data(), part.cols, {0, part.rows, 0, part.cols}, size.rows, size.cols,
-                            size.channels, m.cut.data());
-    m.cutMask.resize(m.pixels());
-    m.frameMask.resize(m.pixels());
-    m.weights.resize(m.pixels());
-    plain::weightMask(m.cut.data(), m.current.data(), size.rows, size.cols, size.channels, m.cutMask.data(),
-                      m.frameMask.data(), m.weights.data());
+    cropImageRegion(silent(), m.previous.data(), {m.offset.y, size.rows, m.offset.x, size.cols}, size.rows,
+                    size.cols, size.channels, &part, overlap.data());
+    pasteImageRegion(silent(), overlap.data(), part.cols, {0, part.rows, 0, part.cols}, size.rows, size.cols,
+                     size.channels, m.cut.data());
 }
 
-Material makeMaterial(const FrameSize& size) {
+Material makeMaterial(const ImageDesc& size) {
     Material m;
     m.size = size;
     m.offset = {size.cols / 8 * 2, size.rows / 16 * 2};
@@ -62,7 +63,7 @@ Material makeMaterial(const FrameSize& size) {
 
 }  // namespace
 
-const Material& materialOf(const FrameSize& size) {
+const Material& materialOf(const ImageDesc& size) {
     static std::vector<std::unique_ptr<Material>> kept;
     for (const auto& material : kept)
         if (material->size.rows == size.rows && material->size.cols == size.cols &&

@@ -1,16 +1,15 @@
 // From a frame to its offset.
 #include <memory>
 
-#include "common/worker_pair.h"
-#include "cpu/detection.h"
-#include "cpu/feature_job.h"
-#include "cpu/image_ops.h"
-#include "plain/descriptors.h"
-#include "plain/downscale.h"
-#include "plain/image_ops.h"
-#include "plain/matching.h"
+#include "compose/grey.h"
+#include "reference/consensus.h"
+#include "reference/descriptors.h"
+#include "reference/features.h"
+#include "reference/image_ops.h"
+#include "reference/matching.h"
+#include "registration/consensus.h"
 #include "registration/descriptors.h"
-#include "registration/downscale.h"
+#include "registration/detection.h"
 #include "registration/matching.h"
 #include "stages/stage.h"
 
@@ -23,68 +22,72 @@ std::shared_ptr<std::vector<T>> room(std::int64_t count) {
     return std::make_shared<std::vector<T>>(static_cast<std::size_t>(count));
 }
 
-Twins grey(const Material& m) {
-    auto out = room<std::uint8_t>(m.pixels());
-    return {[=, &m] { plain::rgb2gray(m.current.data(), m.size.rows, m.size.cols, out->data()); },
-            [=, &m] { rgb2gray(m.current.data(), m.size.rows, m.size.cols, out->data()); },
+Versions grey(const Material& m) {
+    auto out = std::make_shared<Buffer<std::uint8_t>>();
+    const ImageDesc& s = m.size;
+    out->ensure(m.pixels() + s.cols);
+    return {[=, &m, &s] { reference::rgb2gray(silent(), m.current.data(), s.rows, s.cols, out->data()); },
+            [=, &m, &s] { makeGrey(m.current.data(), s, *out, nullptr); },
             {}};
 }
 
-Twins reduce(const Material& m) {
-    auto out = room<std::uint8_t>(m.pixels());
-    const std::uint8_t* in = m.currentGrey.data();
-    return {[=, &m] { plain::downscaleImage(in, m.size.rows, m.size.cols, 2, 1, out->data()); },
-            [=, &m] { downscaleImage(in, m.size.rows, m.size.cols, 2, 1, out->data()); },
-            {}};
-}
-
-/// Reduction, gradients, smoothing, response, suppression and thinning: one road in the library.
-Twins corners(const Material& m) {
-    auto plainStage = std::make_shared<plain::FeatureStage>(m.size.rows, m.size.cols, 1, CornerTuning{});
-    plainStage->run(m.currentGrey.data(), nullptr);
+/// Reduction, gradients, smoothing, response, suppression and thinning: row by row in the library.
+Versions corners(const Material& m) {
+    auto stage = std::make_shared<reference::FeatureStage>(silent(), m.size, CornerTuning{});
+    stage->run(m.currentGrey.data());
     auto images = std::make_shared<HarrisImages>();
     auto found = std::make_shared<std::vector<CornerPoint>>();
-    return {[=] { plainStage->findCorners(nullptr); },
+    return {[=] { stage->findCorners(); },
             [=, &m] {
                 found->clear();
-                findHarrisCornerCoordianteFun(m.currentGrey.data(), m.desc(1), CornerTuning{}, *images,
-                                              *found);
+                findHarrisCornerCoordianteFun(silent(), m.currentGrey.data(), m.size, CornerTuning{}, *images,
+                                              *found, nullptr);
             },
             {}};
 }
 
-Twins descriptors(const Material& m) {
+Versions descriptors(const Material& m) {
     auto out = room<std::uint16_t>((m.currentFeatures.corners.size() + 1) * descriptorLength);
     auto scratch = room<std::uint16_t>(descriptorLength);
     auto points = std::make_shared<std::vector<CornerPoint>>();
     const std::uint8_t* in = m.currentGrey.data();
-    return {[=, &m] {
-                plain::buildCornerDescriptors(in, m.size.rows, m.size.cols, descriptorLength,
-                                              descriptorWindow, *points, scratch->data(), out->data());
+    const ImageDesc& s = m.size;
+    return {[=, &s] {
+                reference::buildCornerDescriptors(silent(), in, s.rows, s.cols, descriptorLength,
+                                                  descriptorWindow, *points, scratch->data(), out->data());
             },
-            [=, &m] {
-                buildCornerDescriptors(in, m.size.rows, m.size.cols, descriptorLength, descriptorWindow,
-                                       *points, scratch->data(), out->data());
+            [=, &s] {
+                buildCornerDescriptors(silent(), in, s.rows, s.cols, descriptorLength, descriptorWindow,
+                                       *points, scratch->data(), out->data(), nullptr);
             },
             [=, &m] { *points = m.currentFeatures.corners; }};
 }
 
 /// Everything that is done for a frame, on one thread.
-Twins featureJob(const Material& m) {
-    auto plainStage =
-        std::make_shared<plain::FeatureStage>(m.size.rows, m.size.cols, m.size.channels, CornerTuning{});
-    auto side = std::make_shared<FeatureSide>(FrameRole::current);
-    return {[=, &m] { plainStage->run(m.current.data(), nullptr); },
-            [=, &m] {
+Versions features(const Material& m) {
+    struct Side {
+        Buffer<std::uint8_t> grey;
+        HarrisImages images;
+        FrameFeatures features;
+        std::vector<std::uint16_t> scratch;
+    };
+    auto stage = std::make_shared<reference::FeatureStage>(silent(), m.size, CornerTuning{});
+    auto side = std::make_shared<Side>();
+    const ImageDesc& s = m.size;
+    return {[=, &m] { stage->run(m.current.data()); },
+            [=, &m, &s] {
                 side->features.corners.clear();
-                makeGrey(m.current.data(), m.desc(), side->grey, nullptr);
-                describeGrey(*side, side->grey.data(), m.size.rows, m.size.cols, {}, CornerTuning{});
+                makeGrey(m.current.data(), s, side->grey, nullptr);
+                findHarrisCornerCoordianteFun(silent(), side->grey.data(), {0, 1, s.rows, s.cols},
+                                              CornerTuning{}, side->images, side->features.corners, nullptr);
+                describeCorners(silent(), side->features, side->grey.data(), s.rows, s.cols, side->scratch,
+                                nullptr);
             },
             {}};
 }
 
 /// Without help of the workers.
-Twins matching(const Material& m) {
+Versions matching(const Material& m) {
     const auto references = static_cast<std::int32_t>(m.previousFeatures.corners.size());
     const auto queries = static_cast<std::int32_t>(m.currentFeatures.corners.size());
     auto distances = room<float>(std::int64_t{references} * 3);
@@ -92,39 +95,45 @@ Twins matching(const Material& m) {
     const std::uint16_t* reference = m.previousFeatures.descriptors.data();
     const std::uint16_t* query = m.currentFeatures.descriptors.data();
     return {[=] {
-                plain::calacDistanceIndexFun(reference, query, distances->data(), matchRatio, references,
-                                             descriptorLength, queries, descriptorLength, *matches);
+                reference::calacDistanceIndexFun(silent(), reference, query, distances->data(), matchRatio,
+                                                 references, descriptorLength, queries, descriptorLength,
+                                                 *matches);
             },
             [=] {
-                calacDistanceIndexFun(reference, query, distances->data(), matchRatio, references,
-                                      descriptorLength, queries, descriptorLength, *matches);
+                calacDistanceIndexFun(silent(), reference, query, distances->data(), matchRatio, references,
+                                      descriptorLength, queries, descriptorLength, *matches, nullptr);
             },
             [=] { matches->clear(); }};
 }
 
 /// Every hypothesis against every pair; as many pairs as there are corners.
-Twins consensus(const Material& m) {
-    auto previous = std::make_shared<std::vector<CornerPoint>>();
-    auto current = std::make_shared<std::vector<CornerPoint>>();
-    auto kept = std::make_shared<std::vector<CornerPoint>>();
-    auto keptToo = std::make_shared<std::vector<CornerPoint>>();
+Versions consensus(const Material& m) {
+    struct State {
+        std::vector<CornerPoint> previous;
+        std::vector<CornerPoint> current;
+        std::vector<CornerPoint> kept;
+        std::vector<CornerPoint> keptToo;
+        PairCoordinates coordinates;
+        float dx = 0;
+        float dy = 0;
+    };
+    auto state = std::make_shared<State>();
     const std::size_t pairs = std::min(m.previousFeatures.corners.size(), m.currentFeatures.corners.size());
     return {[=] {
-                float dx = 0;
-                float dy = 0;
-                plain::ransacMatchSPointArrayFun(*previous, *current, *kept, *keptToo, &dx, &dy);
+                reference::ransacMatchSPointArrayFun(silent(), state->previous, state->current, state->kept,
+                                                     state->keptToo, &state->dx, &state->dy);
             },
             [=] {
-                float dx = 0;
-                float dy = 0;
-                brantel::ransacMatchSPointArrayFun(*previous, *current, *kept, *keptToo, &dx, &dy);
+                ransacMatchSPointArrayFun(silent(), state->previous, state->current, state->kept,
+                                          state->keptToo, &state->dx, &state->dy, state->coordinates);
             },
             [=, &m] {
-                previous->assign(m.previousFeatures.corners.begin(),
-                                 m.previousFeatures.corners.begin() + pairs);
-                current->assign(m.currentFeatures.corners.begin(), m.currentFeatures.corners.begin() + pairs);
-                kept->clear();
-                keptToo->clear();
+                const auto& previous = m.previousFeatures.corners;
+                const auto& current = m.currentFeatures.corners;
+                state->previous.assign(previous.begin(), previous.begin() + pairs);
+                state->current.assign(current.begin(), current.begin() + pairs);
+                state->kept.clear();
+                state->keptToo.clear();
             }};
 }
 
@@ -132,10 +141,9 @@ Twins consensus(const Material& m) {
 
 std::vector<Stage> featureStages() {
     return {{"grey", {3}, grey},
-            {"reduce", {1}, reduce},
             {"corners", {1}, corners},
             {"descriptors", {1}, descriptors},
-            {"features", {1, 3}, featureJob}};
+            {"features", {1, 3}, features}};
 }
 
 std::vector<Stage> estimationStages() {

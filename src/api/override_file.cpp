@@ -1,18 +1,28 @@
 #include "api/override_file.h"
 
+#include <cctype>
 #include <cstdio>
 
 namespace brantel {
 
 namespace {
 
-int readNumber() {
-    int number = 0;
-    if (FILE* file = std::fopen("stitch.txt", "r")) {
-        if (std::fscanf(file, "%d", &number) != 1) number = 0;  // NOLINT(cert-err34-c)
-        std::fclose(file);
-    }
-    return number;
+/// Spaces, a sign and decimal digits of any number, as "%d" reads them, but without its limits: a number that does not
+/// fit into an int is nonzero all the same.
+bool startsWithNonzeroInteger(FILE* file) {
+    int c = std::fgetc(file);
+    while (c != EOF && std::isspace(c) != 0) c = std::fgetc(file);
+    if (c == '+' || c == '-') c = std::fgetc(file);
+    while (c == '0') c = std::fgetc(file);
+    return c >= '1' && c <= '9';
+}
+
+bool fileHoldsNonzero() {
+    FILE* file = std::fopen("stitch.txt", "r");
+    if (file == nullptr) return false;
+    const bool nonzero = startsWithNonzeroInteger(file);
+    std::fclose(file);
+    return nonzero;
 }
 
 void closeStandardInputOnce() {
@@ -26,7 +36,7 @@ void closeStandardInputOnce() {
 }  // namespace
 
 bool overrideFileForcesCpu() {
-    const bool forced = readNumber() != 0;
+    const bool forced = fileHoldsNonzero();
     closeStandardInputOnce();
     return forced;
 }

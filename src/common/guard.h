@@ -10,7 +10,7 @@ namespace brantel {
 
 /// Calls step() and returns its result; an exception is logged as "<what> failed: <reason>" and gives false.
 template <class Step>
-bool succeeds(const char* what, Step&& step) {
+bool succeeds(const Log& log, const char* what, Step&& step) {
     char line[200];
     try {
         return step();
@@ -19,7 +19,7 @@ bool succeeds(const char* what, Step&& step) {
     } catch (...) {
         std::snprintf(line, sizeof line, "%s failed", what);
     }
-    streamLine(line);
+    log.streamLine(line);
     return false;
 }
 

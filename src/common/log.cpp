@@ -1,49 +1,48 @@
 #include "common/log.h"
 
+#include <array>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
-
-#include "platform/platform.h"
+#include <vector>
 
 namespace brantel {
 
 namespace {
 
-// The longest line with an appended number; longer texts are cut, which no text of the library is.
+// The longest line, its end included; longer texts are cut, which no text of the library is. On the stack, so
+// that a line about missing memory needs none.
 constexpr std::size_t lineLength = 256;
-
-void writeOut(const char* text, std::size_t length) {
-    std::fwrite(text, 1, length, stdout);
-    std::fflush(stdout);
-}
 
 }  // namespace
 
-void debugLine(const char* text) {
-    platform::debugOutput(text);
+void Log::streamLine(const char* text) const {
+    std::array<char, lineLength> line;
+    const std::size_t length = strnlen(text, lineLength - 1);
+    std::memcpy(line.data(), text, length);
+    line[length] = '\n';
+    sink_->write(line.data(), length + 1);
 }
 
-void streamLine(const char* text) {
-    char line[lineLength];
-    const int length = std::snprintf(line, sizeof line - 1, "%s", text);
-    const std::size_t end = length < 0 ? 0 : std::strlen(line);
-    line[end] = '\n';
-    writeOut(line, end + 1);
+void Log::streamLine(const char* text, std::int64_t number) const {
+    std::array<char, lineLength> line;
+    std::snprintf(line.data(), line.size(), "%s%lld", text, static_cast<long long>(number));
+    streamLine(line.data());
 }
 
-void streamLine(const char* text, std::int64_t number) {
-    char line[lineLength];
-    std::snprintf(line, sizeof line, "%s%lld", text, static_cast<long long>(number));
-    streamLine(line);
-}
-
-void clLog(const char* format, ...) {
+void Log::clLog(const char* format, ...) const {
     va_list values;
     va_start(values, format);
-    std::vfprintf(stdout, format, values);  // one call locks the stream, however long the text is
+    va_list again;
+    va_copy(again, values);
+    const int length = std::vsnprintf(nullptr, 0, format, values);
     va_end(values);
-    std::fflush(stdout);
+    if (length > 0) {
+        std::vector<char> text(static_cast<std::size_t>(length) + 1);
+        std::vsnprintf(text.data(), text.size(), format, again);
+        sink_->write(text.data(), static_cast<std::size_t>(length));
+    }
+    va_end(again);
 }
 
 }  // namespace brantel

@@ -45,4 +45,8 @@ struct ExpectedShift {
     bool use = false;
 };
 
+inline bool sameShift(const ExpectedShift& a, const ExpectedShift& b) {
+    return a.use == b.use && (!a.use || (a.x == b.x && a.y == b.y));
+}
+
 }  // namespace brantel

@@ -3,37 +3,50 @@
 #include <cstdio>
 
 #include "common/guard.h"
-#include "common/log.h"
 #include "platform/platform.h"
 
 namespace brantel {
 
 namespace {
 
-bool runJob(const Job& job) {
-    return succeeds("worker job", [&job] { return job.run(job.context); });
-}
-
-void reportJoin(const char* thread, bool joined) {
-    char line[64];
-    std::snprintf(line, sizeof line, "pthread_join %s %s", thread, joined ? "success" : "failed");
-    streamLine(line);
+bool runJob(const Log& log, const Job& job) {
+    return succeeds(log, "worker job", [&job] { return job.run(job.context); });
 }
 
 }  // namespace
 
-bool Worker::start(void (*onStart)()) {
+Worker::~Worker() {
+    if (isRunning()) wait();  // for a job that nobody waited for
+    clearRunFlag();
+    join();
+}
+
+bool Worker::isInherited() const {
+    return shared_ != nullptr && process_ != platform::processId();
+}
+
+/// The lock may be held by a thread that only the parent has, so it can neither be used nor destroyed.
+void Worker::forgetInherited() {
+    if (isInherited()) (void)shared_.release();
+}
+
+bool Worker::start(const char* firstLine) {
     platform::keepLibraryLoaded();
+    forgetInherited();
     bool ended = false;
-    {
-        const std::lock_guard<std::mutex> hold(mutex_);
-        run_ = true;  // before the thread exists: a thread that finds it clear ends at once
-        onStart_ = onStart;
-        ended = ended_;
+    if (shared_ != nullptr) {
+        const std::lock_guard<std::mutex> hold(shared_->mutex);
+        shared_->run = true;
+        ended = shared_->ended;
     }
     if (ended) join();
-    if (!started_) started_ = pthread_create(&thread_, nullptr, &Worker::threadBody, this) == 0;
-    return started_;
+    if (shared_ != nullptr) return true;
+    shared_ = std::make_unique<Shared>();
+    firstLine_ = firstLine;
+    process_ = platform::processId();
+    if (pthread_create(&thread_, nullptr, &Worker::threadBody, this) == 0) return true;
+    shared_.reset();
+    return false;
 }
 
 void* Worker::threadBody(void* self) {
@@ -42,68 +55,75 @@ void* Worker::threadBody(void* self) {
 }
 
 void Worker::loop() {
-    std::unique_lock<std::mutex> hold(mutex_);
-    if (void (*onStart)() = onStart_) {
+    Shared& shared = *shared_;
+    if (firstLine_ != nullptr) log_.streamLine(firstLine_);
+    std::unique_lock<std::mutex> hold(shared.mutex);
+    while (shared.run) {
+        shared.changed.wait(hold, [&] { return shared.requested || !shared.run; });
+        if (!shared.requested) continue;
+        const Job job = shared.job;
         hold.unlock();
-        onStart();
+        const bool done = runJob(log_, job);
         hold.lock();
+        shared.failed = !done;
+        shared.requested = false;
+        shared.changed.notify_all();
     }
-    while (run_) {
-        changed_.wait(hold, [this] { return requested_ || !run_; });
-        if (!requested_) continue;
-        const Job job = job_;
-        hold.unlock();
-        const bool done = runJob(job);
-        hold.lock();
-        failed_ = !done;
-        requested_ = false;
-        changed_.notify_all();
-    }
-    ended_ = true;
+    shared.ended = true;
 }
 
 bool Worker::isRunning() {
-    const std::lock_guard<std::mutex> hold(mutex_);
-    return takesJobs();
+    if (shared_ == nullptr || isInherited()) return false;
+    const std::lock_guard<std::mutex> hold(shared_->mutex);
+    return shared_->run && !shared_->ended;
 }
 
 bool Worker::request(Job job) {
-    const std::lock_guard<std::mutex> hold(mutex_);
-    if (!takesJobs()) return false;
-    job_ = job;
-    failed_ = false;
-    requested_ = true;
-    changed_.notify_all();
+    if (shared_ == nullptr || isInherited()) return false;
+    const std::lock_guard<std::mutex> hold(shared_->mutex);
+    if (!shared_->takesJobs()) return false;
+    shared_->job = job;
+    shared_->failed = false;
+    shared_->requested = true;
+    shared_->changed.notify_all();
     return true;
 }
 
 bool Worker::wait() {
-    std::unique_lock<std::mutex> hold(mutex_);
-    changed_.wait(hold, [this] { return !requested_; });
-    return !failed_;
+    if (shared_ == nullptr || isInherited()) return true;
+    std::unique_lock<std::mutex> hold(shared_->mutex);
+    shared_->changed.wait(hold, [this] { return !shared_->requested; });
+    return !shared_->failed;
 }
 
 void Worker::clearRunFlag() {
-    const std::lock_guard<std::mutex> hold(mutex_);
-    run_ = false;
-    changed_.notify_all();
+    if (shared_ == nullptr || isInherited()) return;
+    const std::lock_guard<std::mutex> hold(shared_->mutex);
+    shared_->run = false;
+    shared_->changed.notify_all();
 }
 
 bool Worker::join() {
-    if (!started_) return false;
-    started_ = false;
+    forgetInherited();
+    if (shared_ == nullptr) return false;
     const bool joined = pthread_join(thread_, nullptr) == 0;
-    ended_ = false;
+    shared_.reset();
     return joined;
 }
 
-bool WorkerPair::start(void (*onMatchStart)()) {
+void WorkerPair::reportJoin(const char* thread, bool joined) const {
+    char line[64];
+    std::snprintf(line, sizeof line, "pthread_join %s %s", thread, joined ? "success" : "failed");
+    log_.streamLine(line);
+}
+
+bool WorkerPair::start(const char* firstLine) {
     if (!model.start(nullptr)) {
-        streamLine("ALG_template_model_init_process_pthread faled");
+        log_.streamLine("ALG_template_model_init_process_pthread faled");
         return false;
     }
-    if (match.start(onMatchStart)) return true;
-    streamLine("ALG_search_match_init_process_pthread faled");
+    if (match.start(firstLine)) return true;
+    log_.streamLine("ALG_search_match_init_process_pthread faled");
     return false;
 }
 
@@ -115,17 +135,14 @@ void WorkerPair::join(const char* modelName, const char* matchName) {
 }
 
 bool WorkerPair::runBoth(Job modelJob, Job matchJob) {
-    broke_ = true;
     if (!match.isRunning() || !model.request(modelJob)) return false;
-    const bool matchDone = runJob(matchJob);
+    const bool matchDone = runJob(log_, matchJob);
     const bool modelDone = model.wait();
-    broke_ = !modelDone || !matchDone;
-    return !broke_;
+    return modelDone && matchDone;
 }
 
 bool WorkerPair::runAlone(Job job) {
-    broke_ = !match.isRunning() || !model.isRunning() || !runJob(job);
-    return !broke_;
+    return match.isRunning() && model.isRunning() && runJob(log_, job);
 }
 
 }  // namespace brantel

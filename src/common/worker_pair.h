@@ -4,8 +4,12 @@
 #include <pthread.h>
 
 #include <condition_variable>
+#include <cstdint>
+#include <memory>
 #include <mutex>
 #include <type_traits>
+
+#include "common/log.h"
 
 namespace brantel {
 
@@ -30,15 +34,23 @@ struct Job {
     }
 };
 
-/// One thread that sleeps until a job is handed to it.
+/// One thread that sleeps until a job is handed to it. In a forked child, where the thread does not exist, the worker
+/// counts as one that was never started, and no lock of the parent's is touched.
 class Worker {
   public:
-    /// Starts the thread unless it runs already, also in place of one that has ended. onStart is called first
+    /// Where the failure of a job is reported. The log must outlive the worker.
+    explicit Worker(const Log& log) : log_(log) {}
+    Worker(const Worker&) = delete;
+    Worker& operator=(const Worker&) = delete;
+    /// Ends the thread after the job that it has, if any.
+    ~Worker();
+
+    /// Starts the thread unless it runs already, also in place of one that has ended. firstLine is written first
     /// thing on the new thread; may be null.
-    bool start(void (*onStart)());
-    /// True when a thread takes jobs.
+    bool start(const char* firstLine);
+    /// True when there is a thread that goes on taking jobs.
     bool isRunning();
-    /// Hands over a job. False when no thread runs: nobody may wait for a job that nobody does.
+    /// Hands over a job. False when no thread runs or it has one: nobody may wait for a job that nobody does.
     bool request(Job job);
     /// Waits until the job is done. False when it failed or ended in an exception (which has been logged).
     bool wait();
@@ -46,46 +58,61 @@ class Worker {
     void clearRunFlag();
     /// Joins the thread; false when there is none.
     bool join();
+    /// True when the thread was started by the process that this one was forked from.
+    bool isInherited() const;
 
   private:
-    static void* threadBody(void* self);
-    bool takesJobs() const { return started_ && run_ && !ended_; }
-    void loop();
+    /// What the worker's thread shares with the others.
+    struct Shared {
+        std::mutex mutex;
+        std::condition_variable changed;
+        Job job;
+        bool ended = false;  // the thread has left its loop
+        bool run = true;
+        bool requested = false;
+        bool failed = false;
 
-    std::mutex mutex_;
-    std::condition_variable changed_;
+        bool takesJobs() const { return run && !ended && !requested; }
+    };
+
+    static void* threadBody(void* self);
+    void loop();
+    void forgetInherited();
+
+    const Log& log_;
+    std::unique_ptr<Shared> shared_;  // while there is a thread to join
     pthread_t thread_{};
-    void (*onStart_)() = nullptr;
-    Job job_;
-    bool started_ = false;  // there is a thread to join
-    bool ended_ = false;    // it has left its loop
-    bool run_ = false;
-    bool requested_ = false;
-    bool failed_ = false;
+    const char* firstLine_ = nullptr;
+    std::int64_t process_ = 0;  // that started the thread
 };
 
 /// The template-model worker (previous frame) and the search-match worker (current frame). The caller's
-/// thread is a third pair of hands: it does one of two jobs itself.
+/// thread does one of two jobs itself.
 struct WorkerPair {
     Worker model;
     Worker match;
 
-    /// Starts both threads, the match worker's with onMatchStart (see Worker). False, with a line, when one cannot be
-    /// started; a model thread that runs by then is left running.
-    bool start(void (*onMatchStart)() = nullptr);
-    /// Ends both threads after the job in progress, if any, and says for each under its name whether there was one.
+    explicit WorkerPair(const Log& log) : model(log), match(log), log_(log) {}
+
+    /// Starts both threads, the match worker's with firstLine (see Worker). False, with a line, when one
+    /// cannot be started; a model thread that runs by then is left running.
+    bool start(const char* firstLine = nullptr);
+    /// Ends both threads after the job in progress, if any, and says for each under its name whether there
+    /// was one.
     void join(const char* modelName, const char* matchName);
+    /// True in a forked child of the process that started the threads.
+    bool areInherited() const { return model.isInherited() || match.isInherited(); }
 
     /// Does both jobs at the same time, the model's on its worker. False when one of the threads does not run
     /// or a job failed (an exception has been logged). What the jobs wrote is visible afterwards.
     bool runBoth(Job modelJob, Job matchJob);
     /// The same with a single job, on the caller's thread: the workers stay at its service.
     bool runAlone(Job job);
-    /// True when the last jobs were not begun or did not come to their end.
-    bool broke() const { return broke_; }
 
   private:
-    bool broke_ = false;
+    void reportJoin(const char* thread, bool joined) const;
+
+    const Log& log_;
 };
 
 }  // namespace brantel

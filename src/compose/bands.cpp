@@ -3,16 +3,15 @@
 #include <algorithm>
 #include <cstring>
 
-#include "common/log.h"
-
 namespace brantel {
 
 namespace {
 
 template <class T>
-bool zeroColumns(T* image, std::int32_t rows, std::int32_t cols, std::int32_t colStart, std::int32_t colEnd) {
+bool zeroColumns(const Log& log, T* image, std::int32_t rows, std::int32_t cols, std::int32_t colStart,
+                 std::int32_t colEnd) {
     if (image == nullptr) {
-        streamLine("corresRowAllColZero ptr is null");
+        log.streamLine("corresRowAllColZero ptr is null");
         return false;
     }
     if (colStart >= colEnd) return true;
@@ -22,9 +21,9 @@ bool zeroColumns(T* image, std::int32_t rows, std::int32_t cols, std::int32_t co
 }
 
 template <class T>
-bool zeroRows(T* image, std::int32_t cols, std::int32_t rowStart, std::int32_t rowEnd) {
+bool zeroRows(const Log& log, T* image, std::int32_t cols, std::int32_t rowStart, std::int32_t rowEnd) {
     if (image == nullptr) {
-        streamLine("corresRowAllColZero ptr is null");
+        log.streamLine("corresRowAllColZero ptr is null");
         return false;
     }
     if (rowStart >= rowEnd || cols < 1) return true;
@@ -32,37 +31,43 @@ bool zeroRows(T* image, std::int32_t cols, std::int32_t rowStart, std::int32_t r
     return true;
 }
 
-bool anyNull(const void* source, const void* destination) {
+bool anyNull(const Log& log, const void* source, const void* destination) {
     if (source != nullptr && destination != nullptr) return false;
-    streamLine("ptr is NULL");
+    log.streamLine("ptr is NULL");
     return true;
 }
 
 }  // namespace
 
-bool zeroColumnBand8(std::uint8_t* image, std::int32_t rows, std::int32_t cols, std::int32_t colStart,
-                     std::int32_t colEnd) {
-    return zeroColumns(image, rows, cols, colStart, colEnd);
+bool zeroColumnBand8(const Log& log, std::uint8_t* image, std::int32_t rows, std::int32_t cols,
+                     std::int32_t colStart, std::int32_t colEnd) {
+    return zeroColumns(log, image, rows, cols, colStart, colEnd);
 }
 
-bool zeroColumnBandF(float* image, std::int32_t rows, std::int32_t cols, std::int32_t colStart,
-                     std::int32_t colEnd) {
-    return zeroColumns(image, rows, cols, colStart, colEnd);
+bool zeroColumnBandF(const Log& log, float* image, std::int32_t rows, std::int32_t cols,
+                     std::int32_t colStart, std::int32_t colEnd) {
+    return zeroColumns(log, image, rows, cols, colStart, colEnd);
 }
 
-bool zeroRowBand8(std::uint8_t* image, std::int32_t /*rows*/, std::int32_t cols, std::int32_t rowStart,
-                  std::int32_t rowEnd) {
-    return zeroRows(image, cols, rowStart, rowEnd);
+bool zeroRowBand8(const Log& log, std::uint8_t* image, std::int32_t /*rows*/, std::int32_t cols,
+                  std::int32_t rowStart, std::int32_t rowEnd) {
+    return zeroRows(log, image, cols, rowStart, rowEnd);
 }
 
-bool zeroRowBandF(float* image, std::int32_t /*rows*/, std::int32_t cols, std::int32_t rowStart,
-                  std::int32_t rowEnd) {
-    return zeroRows(image, cols, rowStart, rowEnd);
+bool zeroRowBandF(const Log& log, float* image, std::int32_t /*rows*/, std::int32_t cols,
+                  std::int32_t rowStart, std::int32_t rowEnd) {
+    return zeroRows(log, image, cols, rowStart, rowEnd);
 }
 
-bool padColumnsMirror(const std::uint8_t* source, std::int32_t rows, std::int32_t cols, std::int32_t border,
-                      std::uint8_t* destination) {
-    if (anyNull(source, destination)) return false;
+bool clearMaskEdge(const Log& log, float* mask, std::int32_t rows, std::int32_t cols) {
+    return zeroColumnBandF(log, mask, rows, cols, 0, 1) &&
+           zeroColumnBandF(log, mask, rows, cols, cols - 1, cols) &&
+           zeroRowBandF(log, mask, rows, cols, 0, 1) && zeroRowBandF(log, mask, rows, cols, rows - 1, rows);
+}
+
+bool padColumnsMirror(const Log& log, const std::uint8_t* source, std::int32_t rows, std::int32_t cols,
+                      std::int32_t border, std::uint8_t* destination) {
+    if (anyNull(log, source, destination)) return false;
     const std::int64_t width = std::int64_t{cols} + 2 * std::int64_t{border};
     for (std::int64_t r = 0; r < rows; ++r) {
         const std::uint8_t* from = source + r * cols;
@@ -76,9 +81,9 @@ bool padColumnsMirror(const std::uint8_t* source, std::int32_t rows, std::int32_
     return true;
 }
 
-bool filterRowZeroSum9(const std::uint8_t* source, std::int32_t rows, std::int32_t cols,
+bool filterRowZeroSum9(const Log& log, const std::uint8_t* source, std::int32_t rows, std::int32_t cols,
                        std::int32_t /*unused*/, std::uint8_t* destination) {
-    if (anyNull(source, destination)) return false;
+    if (anyNull(log, source, destination)) return false;
     for (std::int64_t r = 0; r < rows; ++r)
         for (std::int64_t c = 4; c < std::int64_t{cols} - 4; ++c) {
             const std::uint8_t* p = source + r * cols + c;
@@ -90,9 +95,9 @@ bool filterRowZeroSum9(const std::uint8_t* source, std::int32_t rows, std::int32
     return true;
 }
 
-bool cropColumns(const std::uint8_t* source, std::int32_t rows, std::int32_t cols, std::int32_t border,
-                 std::uint8_t* destination) {
-    if (anyNull(source, destination)) return false;
+bool cropColumns(const Log& log, const std::uint8_t* source, std::int32_t rows, std::int32_t cols,
+                 std::int32_t border, std::uint8_t* destination) {
+    if (anyNull(log, source, destination)) return false;
     const std::int64_t width = std::int64_t{cols} - 2 * std::int64_t{border};
     if (width < 1) return true;
     for (std::int64_t r = 0; r < rows; ++r)

@@ -28,6 +28,7 @@ struct CanvasBorders {
     std::int32_t right;
 
     bool none() const { return top == 0 && bottom == 0 && left == 0 && right == 0; }
+    CanvasBorders half() const { return {top / 2, bottom / 2, left / 2, right / 2}; }
 };
 
 /// What is missing for a frame of frameRows x frameCols at position + offset with a margin of 1 pixel. Growth
@@ -41,17 +42,22 @@ CanvasBorders bordersForFrame(std::int32_t growRows, std::int32_t growCols, Corn
 /// written to: an empty canvas costs next to nothing. Throws when there is not enough.
 cv::Mat blackCanvas(std::int32_t rows, std::int32_t cols, std::int32_t type);
 
-/// Returns the canvas, enlarged by a black border where the frame needs it, and moves the placement along:
-/// the result of cv::copyMakeBorder with a constant border of 0. A canvas that is large enough is returned as
-/// the same header. Throws when memory runs out; placement is then unchanged.
+/// Returns the canvas, enlarged by black borders: the pixels of cv::copyMakeBorder with a constant border of 0. Without
+/// borders the same header is returned. Throws when memory runs out; painted is then unchanged.
+///
+/// The canvas is a view into a larger piece of memory that has spare room on the sides where it grew, several times as
+/// long as the canvas and untouched, so that it costs address space only; a canvas that still fits grows as a view, and
+/// what is painted is copied so rarely that a scan costs the same per frame however long it is. When the larger piece
+/// cannot be had there is no spare room. So after growth to the side the rows of a canvas need not follow each other.
 ///
 /// @param painted  where the canvas may hold anything; the rest is not copied. Moves along.
-/// @param workers  idle workers that lend a hand; may be null
+/// @param workers  idle workers that help; may be null
+cv::Mat growCanvas(const cv::Mat& canvas, const CanvasBorders& borders, PaintedRows* painted,
+                   WorkerPair* workers);
+
+/// The same with the borders that a frame needs; moves the placement along.
 cv::Mat growCanvasForFrame(const cv::Mat& canvas, std::int32_t growRows, std::int32_t growCols, Offset offset,
                            std::int32_t frameRows, std::int32_t frameCols, Placement* placement,
                            PaintedRows* painted, WorkerPair* workers);
-/// The same for a canvas that may be painted anywhere.
-cv::Mat growCanvasForFrame(const cv::Mat& canvas, std::int32_t growRows, std::int32_t growCols, Offset offset,
-                           std::int32_t frameRows, std::int32_t frameCols, Placement* placement);
 
 }  // namespace brantel

@@ -1,28 +1,20 @@
 #include "compose/distance_map.h"
 
-#include "compose/weights.h"
-
 namespace brantel {
 
 using simd::seamLanes;
 
-/// False when the mask holds anything but 0 and 255.
-bool DistanceMap::findEmpty(const float* mask, std::int32_t rows, std::int32_t cols) {
-    bool usual = true;
+void DistanceMap::findEmpty(const float* mask, std::int32_t rows, std::int32_t cols) {
     for (std::int64_t r = 0; r < rows; ++r) {
         const float* from = mask + r * cols;
         std::uint8_t* to = occupied_.row(r);
         std::uint8_t all = 255;
-        std::uint8_t other = 0;
         for (std::int64_t x = 0; x < cols; ++x) {
             to[x] = from[x] != 0.0F ? 255 : 0;
             all &= to[x];
-            other |= from[x] != 0.0F && from[x] != 255.0F ? 1 : 0;
         }
-        usual = usual && other == 0;
         occupied_.describeRow(r, {0, cols}, all == 0);
     }
-    return usual;
 }
 
 /// What is far away or empty already has its distance in the mask, and so has everything beside the columns.
@@ -41,8 +33,9 @@ void DistanceMap::writeBlock(std::int64_t block, float* mask, std::int32_t rows,
 void DistanceMap::transform(float* mask, std::int32_t rows, std::int32_t cols) {
     if (rows < 3 || cols < 3) return;  // nothing but edges, which are not visited
     occupied_.ensure(rows, cols);
-    distances_.ensure(rows, cols);
-    if (!findEmpty(mask, rows, cols)) return chamferDistance(mask, rows, cols);
+    memory_.ensure(SeamDistances::memoryFor(rows, cols));
+    distances_.ensure(rows, cols, memory_.data());
+    findEmpty(mask, rows, cols);
     distances_.compute(occupied_, false);
     for (std::int64_t block = 0; block < blockCount(rows); ++block)
         if (!distances_.isEmpty(block)) writeBlock(block, mask, rows, cols);

@@ -4,8 +4,6 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "common/log.h"
-
 namespace brantel {
 
 namespace {
@@ -15,9 +13,10 @@ constexpr const char* overSizeLine =
     "ptr is null or endBigRow\xA1\xA2"
     "endBigCol overSize";
 
-bool refuses(const void* a, const void* b, const Region& region, std::int32_t rows, std::int32_t cols) {
+bool refuses(const Log& log, const void* a, const void* b, const Region& region, std::int32_t rows,
+             std::int32_t cols) {
     if (a != nullptr && b != nullptr && region.rowEnd <= rows && region.colEnd <= cols) return false;
-    streamLine(overSizeLine);
+    log.streamLine(overSizeLine);
     return true;
 }
 
@@ -34,22 +33,23 @@ ColumnSpan united(ColumnSpan a, ColumnSpan b) {
     return {std::min(a.first, b.first), std::max(a.last, b.last)};
 }
 
-bool cropImageRegion(const std::uint8_t* source, const Region& region, std::int32_t rows, std::int32_t cols,
-                     std::int32_t channels, ImageDesc* record, std::uint8_t* out) {
-    if (refuses(source, out, region, rows, cols)) return false;
-    record->channels = channels;
-    record->rows = region.rowEnd - region.rowStart;
-    record->cols = region.colEnd - region.colStart;
+bool cropImageRegion(const Log& log, const std::uint8_t* source, const Region& region, std::int32_t rows,
+                     std::int32_t cols, std::int32_t channels, ImageDesc* desc, std::uint8_t* out) {
+    if (refuses(log, source, out, region, rows, cols)) return false;
+    desc->channels = channels;
+    desc->rows = region.rowEnd - region.rowStart;
+    desc->cols = region.colEnd - region.colStart;
     if (nothingToCopy(region, channels)) return true;
-    const std::int64_t line = std::int64_t{record->cols} * channels;
+    const std::int64_t line = std::int64_t{desc->cols} * channels;
     for (std::int64_t r = region.rowStart; r < region.rowEnd; ++r, out += line)
         std::memcpy(out, source + (r * cols + region.colStart) * channels, static_cast<std::size_t>(line));
     return true;
 }
 
-bool pasteImageRegion(const std::uint8_t* source, std::int32_t sourceCols, const Region& region,
-                      std::int32_t rows, std::int32_t cols, std::int32_t channels, std::uint8_t* canvas) {
-    if (refuses(source, canvas, region, rows, cols)) return false;
+bool pasteImageRegion(const Log& log, const std::uint8_t* source, std::int32_t sourceCols,
+                      const Region& region, std::int32_t rows, std::int32_t cols, std::int32_t channels,
+                      std::uint8_t* canvas) {
+    if (refuses(log, source, canvas, region, rows, cols)) return false;
     if (nothingToCopy(region, channels)) return true;
     const std::int64_t line = std::int64_t{region.colEnd - region.colStart} * channels;
     for (std::int64_t r = region.rowStart; r < region.rowEnd;
@@ -70,19 +70,20 @@ OverlapRegions overlapRegions(CornerPoint position, Offset offset, std::int32_t 
             {frameRow, frameRow + rows, frameCol, frameCol + cols}};
 }
 
-bool cropOverlapPair(const std::uint8_t* canvas, const std::uint8_t* frame, const ImageDesc& canvasRecord,
-                     const ImageDesc& frameRecord, CornerPoint position, Offset offset, ImageDesc* canvasPart,
-                     ImageDesc* framePart, std::uint8_t* canvasOut, std::uint8_t* frameOut) {
+bool cropOverlapPair(const Log& log, const std::uint8_t* canvas, const std::uint8_t* frame,
+                     const ImageDesc& canvasDesc, const ImageDesc& frameDesc, CornerPoint position,
+                     Offset offset, ImageDesc* canvasPart, ImageDesc* framePart, std::uint8_t* canvasOut,
+                     std::uint8_t* frameOut) {
     if (canvas == nullptr || frame == nullptr || canvasOut == nullptr || frameOut == nullptr) {
-        streamLine("ptr is null");
+        log.streamLine("ptr is null");
         return false;
     }
-    canvasPart->channels = canvasRecord.channels;
-    framePart->channels = frameRecord.channels;
-    const OverlapRegions parts = overlapRegions(position, offset, frameRecord.rows, frameRecord.cols);
-    cropImageRegion(canvas, parts.canvas, canvasRecord.rows, canvasRecord.cols, canvasRecord.channels,
+    canvasPart->channels = canvasDesc.channels;
+    framePart->channels = frameDesc.channels;
+    const OverlapRegions parts = overlapRegions(position, offset, frameDesc.rows, frameDesc.cols);
+    cropImageRegion(log, canvas, parts.canvas, canvasDesc.rows, canvasDesc.cols, canvasDesc.channels,
                     canvasPart, canvasOut);
-    cropImageRegion(frame, parts.frame, frameRecord.rows, frameRecord.cols, frameRecord.channels, framePart,
+    cropImageRegion(log, frame, parts.frame, frameDesc.rows, frameDesc.cols, frameDesc.channels, framePart,
                     frameOut);
     return true;
 }

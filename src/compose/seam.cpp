@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "common/crew.h"
+#include "common/parallel_for.h"
 #include "platform/platform.h"
 #include "simd/level.h"
 
@@ -11,15 +11,15 @@ namespace brantel {
 
 namespace {
 
+using simd::farDistance;
 using simd::seamLanes;
 using simd::seamPadBefore;
 
-constexpr float far = 255.0F;
 constexpr std::int64_t rowGrain = 32;  // rows handed out at a time
 
 /// Bytes of one block's weights, a padded image of its rows.
 std::int64_t blockWeights(std::int64_t cols) {
-    return OccupancyImage::sizeFor(seamLanes, cols);
+    return (1 + seamLanes + 1) * OccupancyImage::strideFor(cols);
 }
 
 /// Inwards from the edge of a full frame the distance grows by 0.2 a pixel, added up one by one, to 255.
@@ -27,14 +27,14 @@ void fillLimits(float* limits, std::int64_t length) {
     float distance = 0;
     for (std::int64_t i = 0; i < (length + 1) / 2; ++i) {
         limits[i] = limits[length - 1 - i] = distance;
-        distance = std::min(far, distance + 0.2F);
+        distance = std::min(farDistance, distance + 0.2F);
     }
 }
 
 /// One blending with its sizes and pointers.
 class SeamBlend {
   public:
-    SeamBlend(const CanvasWindow& window, const SeamFrame& frame, const FrameSize& size, SeamScratch& scratch,
+    SeamBlend(const CanvasWindow& window, const SeamFrame& frame, const ImageDesc& size, SeamScratch& scratch,
               std::uint8_t* grey, WorkerPair* workers)
         : window_(window), frame_(frame), size_(size), scratch_(scratch), grey_(grey), workers_(workers) {}
 
@@ -43,8 +43,9 @@ class SeamBlend {
         findDistances();
         fuseEdgeRow(0);
         if (size_.rows > 1) fuseEdgeRow(size_.rows - 1);
-        shareLoop(workers_, blockCount(size_.rows), 1,
-                  [this](std::int64_t block, std::int64_t, std::int32_t hand) { fuseBlock(block, hand); });
+        parallelFor(
+            workers_, blockCount(size_.rows), 1,
+            [this](std::int64_t block, std::int64_t, std::int32_t thread) { fuseBlock(block, thread); });
     }
 
   private:
@@ -72,7 +73,7 @@ class SeamBlend {
     }
 
     void findEmptyOnCanvas() {
-        shareLoop(workers_, size_.rows, rowGrain, [&](std::int64_t first, std::int64_t last, std::int32_t) {
+        parallelFor(workers_, size_.rows, rowGrain, [&](std::int64_t first, std::int64_t last, std::int32_t) {
             for (std::int64_t r = first; r < last; ++r) findEmptyInRow(r);
         });
     }
@@ -92,12 +93,12 @@ class SeamBlend {
         scratch_.canvasOccupied.describeRow(r, painted, anyEmpty);
     }
 
-    /// The distances are one job each, too entangled to be split. Meanwhile the other hands make the system
+    /// The distances are one job each, too entangled to be split. Meanwhile the other threads make the system
     /// provide the memory of what was never painted.
     void findDistances() {
         const std::int64_t transforms = frame_.isFull ? 1 : 2;
         const std::int64_t groups = allPainted() ? 0 : (size_.rows + rowGrain - 1) / rowGrain;
-        shareLoop(workers_, transforms + groups, 1, [&](std::int64_t job, std::int64_t, std::int32_t) {
+        parallelFor(workers_, transforms + groups, 1, [&](std::int64_t job, std::int64_t, std::int32_t) {
             if (job == 0) {
                 scratch_.canvasDistances.compute(scratch_.canvasOccupied, !frame_.isFull);
             } else if (job < transforms) {
@@ -133,33 +134,36 @@ class SeamBlend {
         }
     }
 
-    void fuseBlock(std::int64_t block, std::int32_t hand) {
+    void fuseBlock(std::int64_t block, std::int32_t thread) {
         const std::int64_t first = 1 + block * seamLanes;
         const std::int64_t stride = OccupancyImage::strideFor(size_.cols);
-        std::uint8_t* weights =
-            scratch_.weights.data() + hand * blockWeights(size_.cols) + OccupancyImage::rowAt(0, size_.cols);
+        std::uint8_t* weights = scratch_.weights.data() + thread * blockWeights(size_.cols) +
+                                OccupancyImage::rowAt(0, size_.cols);
         const ColumnSpan columns = scratch_.canvasDistances.columns(block);
         if (!columns.isEmpty())
-            weighBlock(block, first, columns, scratch_.skewedWeights.data() + hand * skewedBlock(size_.cols),
-                       weights);
+            weighBlock(block, first, columns,
+                       scratch_.skewedWeights.data() + thread * skewedBlock(size_.cols), weights);
         for (std::int64_t i = 0; i < std::min<std::int64_t>(seamLanes, size_.rows - 1 - first); ++i)
             fuseRow(first + i, weights + i * stride, columns);
     }
 
     void weighBlock(std::int64_t block, std::int64_t firstRow, ColumnSpan columns, std::uint8_t* skewed,
                     std::uint8_t* weights) {
-        // Nothing of the frame is like a full one at its edge. The canvas then has all the weight, but not
-        // always 255: (255 * a) / a may round to just below it.
-        static constexpr float atEdge[seamLanes] = {};
-        const bool nothingNew = !frame_.isFull && scratch_.frameDistances.isEmpty(block);
-        const bool byLimits = frame_.isFull || nothingNew;
         const simd::SeamKernels& kernels = simd::seamKernels();
-        // The limits of the columns are read backwards from their end.
-        kernels.skewedWeights(scratch_.canvasDistances.block(block),
-                              byLimits ? nullptr : scratch_.frameDistances.block(block),
-                              nothingNew ? atEdge : scratch_.rowLimits.data() + firstRow,
-                              scratch_.columnLimits.data() + seamPadBefore + size_.cols - columns.last,
-                              columns.length(), skewed);
+        const float* canvas = scratch_.canvasDistances.block(block);
+        if (frame_.isFull) {
+            // The limits of the columns are read backwards from their end.
+            const float* columnLimits =
+                scratch_.columnLimits.data() + seamPadBefore + size_.cols - columns.last;
+            kernels.weightsByLimits(canvas, scratch_.rowLimits.data() + firstRow, columnLimits,
+                                    columns.length(), skewed);
+        } else if (scratch_.frameDistances.isEmpty(block)) {
+            // The canvas has all the weight, but not always 255: (255 * a) / a may round to just below it.
+            kernels.weightsOfCanvas(canvas, columns.length(), skewed);
+        } else {
+            kernels.weightsByDistances(canvas, scratch_.frameDistances.block(block), columns.length(),
+                                       skewed);
+        }
         kernels.unskewRows(skewed, columns.length(), weights + columns.first,
                            OccupancyImage::strideFor(size_.cols));
     }
@@ -204,7 +208,7 @@ class SeamBlend {
 
     const CanvasWindow& window_;
     const SeamFrame& frame_;
-    const FrameSize& size_;
+    const ImageDesc& size_;
     SeamScratch& scratch_;
     std::uint8_t* grey_;
     WorkerPair* workers_;
@@ -212,19 +216,22 @@ class SeamBlend {
 
 }  // namespace
 
-SeamFrame::SeamFrame(const std::uint8_t* frameSamples, const std::uint8_t* frameGrey, const FrameSize& size)
+SeamFrame::SeamFrame(const std::uint8_t* frameSamples, const std::uint8_t* frameGrey, const ImageDesc& size)
     : samples(frameSamples),
       grey(frameGrey),
       isFull(std::memchr(frameGrey, 0, static_cast<std::size_t>(size.pixels())) == nullptr) {}
 
-void SeamScratch::ensure(const FrameSize& size, bool frameIsFull) {
+void SeamScratch::ensure(const ImageDesc& size, bool frameIsFull, Arena<Buffer<float>>& arena) {
     canvasOccupied.ensure(size.rows, size.cols);
-    weights.ensure(crewSize * blockWeights(size.cols));
-    skewedWeights.ensure(crewSize * skewedBlock(size.cols));
-    canvasDistances.ensure(size.rows, size.cols);
+    weights.ensure(loopThreads * blockWeights(size.cols));
+    skewedWeights.ensure(loopThreads * skewedBlock(size.cols));
+    const std::int64_t distances = SeamDistances::memoryFor(size.rows, size.cols);
+    arena.block.ensure(distances);
+    canvasDistances.ensure(size.rows, size.cols, arena.begin(Phase::blending));
     if (!frameIsFull) {
         frameOccupied.ensure(size.rows, size.cols);
-        frameDistances.ensure(size.rows, size.cols);
+        frameMemory.ensure(distances);
+        frameDistances.ensure(size.rows, size.cols, frameMemory.data());
     }
     rowLimits.ensure(size.rows + seamLanes);
     columnLimits.ensure(size.cols + 2 * seamPadBefore);
@@ -232,7 +239,7 @@ void SeamScratch::ensure(const FrameSize& size, bool frameIsFull) {
     fillLimits(columnLimits.data() + seamPadBefore, size.cols);
 }
 
-void blendSeam(const CanvasWindow& window, const SeamFrame& frame, const FrameSize& size,
+void blendSeam(const CanvasWindow& window, const SeamFrame& frame, const ImageDesc& size,
                SeamScratch& scratch, std::uint8_t* blendedGrey, WorkerPair* workers) {
     SeamBlend(window, frame, size, scratch, blendedGrey, workers).run();
 }

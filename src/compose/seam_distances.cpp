@@ -8,10 +8,10 @@ namespace brantel {
 
 namespace {
 
+using simd::farDistance;
 using simd::seamLanes;
 using simd::seamPadBefore;
 
-constexpr float far = 255.0F;
 constexpr std::uint8_t holdsSomething = 255;
 
 std::int32_t firstOccupied(const std::uint8_t* row, ColumnSpan within) {
@@ -53,23 +53,26 @@ void OccupancyImage::describeRow(std::int64_t r, ColumnSpan within, bool anyEmpt
     anyEmpty_[static_cast<std::size_t>(r)] = anyEmpty ? 1 : 0;
 }
 
-void SeamDistances::ensure(std::int64_t rows, std::int64_t cols) {
-    const std::int64_t blocks = std::max<std::int64_t>(blockCount(rows), 1);
+std::int64_t SeamDistances::memoryFor(std::int64_t rows, std::int64_t cols) {
+    return blockCount(rows) * skewedBlock(cols);
+}
+
+void SeamDistances::ensure(std::int64_t rows, std::int64_t cols, float* memory) {
     blockSize_ = skewedBlock(cols);
-    distances_.ensure(blocks * blockSize_);
-    lines_.ensure(3 * OccupancyImage::strideFor(cols));
+    distances_ = memory;
+    lines_.ensure(4 * OccupancyImage::strideFor(cols));
     skewed_.ensure(blockSize_);
-    blocks_.resize(static_cast<std::size_t>(blocks));
+    blocks_.resize(static_cast<std::size_t>(blockCount(rows)));
     farBlock_.ensure(blockSize_);
-    std::fill_n(farBlock_.data(), blockSize_, far);
+    std::fill_n(farBlock_.data(), blockSize_, farDistance);
 }
 
 float* SeamDistances::line(std::int64_t index) {
     return lines_.data() + index * OccupancyImage::strideFor(cols_) + seamPadBefore;
 }
 
-bool SeamDistances::allFar(const float* line) const {
-    return std::all_of(line, line + cols_, [](float distance) { return distance >= far; });
+bool SeamDistances::isAllFar(const float* line) const {
+    return std::all_of(line, line + cols_, [](float distance) { return distance >= farDistance; });
 }
 
 std::int64_t SeamDistances::rowsOf(std::int64_t block) const {
@@ -92,14 +95,14 @@ SeamDistances::Block SeamDistances::classify(const OccupancyImage& image, std::i
         anyEmpty = anyEmpty || image.hasEmpty(r);
     }
     if (occupied.isEmpty()) return {Kind::empty, {}};
-    if (!anyEmpty) return {allFar(above) ? Kind::far : Kind::mixed, whole};
+    if (!anyEmpty) return {isAllFar(above) ? Kind::allFar : Kind::mixed, whole};
     if (allColumns) return {Kind::mixed, whole};
     // With an empty column on both sides, as the image has beyond its own edge, nothing else matters.
     return {Kind::mixed, {std::max(occupied.first - 1, 0), std::min(occupied.last + 1, cols)}};
 }
 
-void SeamDistances::forwardBlock(const OccupancyImage& image, std::int64_t block, const float* above,
-                                 float* bottom) {
+void SeamDistances::passBlockForward(const OccupancyImage& image, std::int64_t block, const float* above,
+                                     float* bottom) {
     const simd::SeamKernels& kernels = simd::seamKernels();
     const ColumnSpan columns = blockAt(block).columns;
     kernels.skewRows(image.row(1 + block * seamLanes) + columns.first, image.stride(), columns.length(),
@@ -107,6 +110,14 @@ void SeamDistances::forwardBlock(const OccupancyImage& image, std::int64_t block
     kernels.chamferForward(skewed_.data(), columns.length(), rowsOf(block), above + columns.first,
                            memory(block), bottom + columns.first);
     fillBeside(columns, bottom);
+}
+
+/// Gives a block that so far only was known to be all far its distances: those of the forward pass below a row that is
+/// all far, too.
+void SeamDistances::writeOutAllFar(const OccupancyImage& image, std::int64_t block) {
+    blocks_[static_cast<std::size_t>(block)].kind = Kind::mixed;
+    std::fill_n(line(2), cols_, farDistance);
+    passBlockForward(image, block, line(2), line(3));
 }
 
 /// The kernels write a few elements beside their columns.
@@ -123,9 +134,9 @@ void SeamDistances::passForward(const OccupancyImage& image, bool allColumns) {
         Block& described = blocks_[static_cast<std::size_t>(block)];
         described = classify(image, block, finished, allColumns);
         if (described.kind == Kind::mixed) {
-            forwardBlock(image, block, finished, next);
+            passBlockForward(image, block, finished, next);
         } else {
-            std::fill_n(next, cols_, described.kind == Kind::far ? far : 0.0F);
+            std::fill_n(next, cols_, described.kind == Kind::allFar ? farDistance : 0.0F);
         }
         std::swap(finished, next);
     }
@@ -137,18 +148,14 @@ void SeamDistances::passBackward(const OccupancyImage& image) {
     maskRow(image.row(rows_ - 1), finished);
     for (std::int64_t block = blockCount(rows_) - 1; block >= 0; --block) {
         Block& described = blocks_[static_cast<std::size_t>(block)];
-        if (described.kind == Kind::far && !allFar(finished)) {
-            described.kind = Kind::mixed;  // far so far: the forward pass leaves the block as it is
-            std::fill_n(next, cols_, far);
-            forwardBlock(image, block, next, line(2));
-        }
+        if (described.kind == Kind::allFar && !isAllFar(finished)) writeOutAllFar(image, block);
         if (described.kind == Kind::mixed) {
             const ColumnSpan columns = described.columns;
             simd::seamKernels().chamferBackward(columns.length(), rowsOf(block), finished + columns.first,
                                                 memory(block), next + columns.first);
             fillBeside(columns, next);
         } else {
-            std::fill_n(next, cols_, described.kind == Kind::far ? far : 0.0F);
+            std::fill_n(next, cols_, described.kind == Kind::allFar ? farDistance : 0.0F);
         }
         std::swap(finished, next);
     }

@@ -60,25 +60,25 @@ inline std::int64_t blockCount(std::int64_t rows) {
 /// Distances of one image, for the interior rows.
 class SeamDistances {
   public:
-    void ensure(std::int64_t rows, std::int64_t cols);
+    /// Floats of memory for the distances of an image.
+    static std::int64_t memoryFor(std::int64_t rows, std::int64_t cols);
+    /// Makes room for everything else. The memory must stay until the distances are no longer asked for.
+    void ensure(std::int64_t rows, std::int64_t cols, float* memory);
 
     /// Both passes over an occupancy image. Each block gets the columns that hold anything, or all of them.
     void compute(const OccupancyImage& image, bool allColumns);
-
-    /// Memory that is free for others between one use of the distances and the next computation.
-    Buffer<float>& spareMemory() { return distances_; }
 
     /// True when every pixel of a block is empty; it then has no distances.
     bool isEmpty(std::int64_t block) const { return blockAt(block).kind == Kind::empty; }
     /// The columns that a block's distances are for. In all others they are 0.
     ColumnSpan columns(std::int64_t block) const { return blockAt(block).columns; }
     const float* block(std::int64_t block) const {
-        return blockAt(block).kind == Kind::far ? farBlock_.data() : memory(block);
+        return blockAt(block).kind == Kind::allFar ? farBlock_.data() : memory(block);
     }
 
   private:
     /// Most blocks need no arithmetic: nothing empty is near, or nothing is occupied.
-    enum class Kind : std::uint8_t { far, empty, mixed };
+    enum class Kind : std::uint8_t { allFar, empty, mixed };
     struct Block {
         Kind kind = Kind::empty;
         ColumnSpan columns;
@@ -88,17 +88,17 @@ class SeamDistances {
                    bool allColumns) const;
     void passForward(const OccupancyImage& image, bool allColumns);
     void passBackward(const OccupancyImage& image);
-    void forwardBlock(const OccupancyImage& image, std::int64_t block, const float* above, float* bottom);
+    void passBlockForward(const OccupancyImage& image, std::int64_t block, const float* above, float* bottom);
+    void writeOutAllFar(const OccupancyImage& image, std::int64_t block);
     void fillBeside(ColumnSpan columns, float* line) const;
-    bool allFar(const float* line) const;
+    bool isAllFar(const float* line) const;
     std::int64_t rowsOf(std::int64_t block) const;
     void maskRow(const std::uint8_t* row, float* line) const;
     const Block& blockAt(std::int64_t block) const { return blocks_[static_cast<std::size_t>(block)]; }
-    float* memory(std::int64_t block) { return distances_.data() + block * blockSize_; }
-    const float* memory(std::int64_t block) const { return distances_.data() + block * blockSize_; }
+    float* memory(std::int64_t block) const { return distances_ + block * blockSize_; }
     float* line(std::int64_t index);
 
-    Buffer<float> distances_;
+    float* distances_ = nullptr;
     Buffer<float> farBlock_;
     Buffer<float> lines_;
     Buffer<std::uint8_t> skewed_;

@@ -1,12 +1,14 @@
-// The CUDA backend. Where the build has no CUDA compiler a twin takes its place that finds no device.
+// The CUDA backend's face.
 #pragma once
 
-#include "common/stitch_call.h"
+#include <memory>
+
+#include "engine/engine.h"
 
 namespace brantel {
 
-bool initJointCuda(const FrameSetup& setup);
-std::int32_t stichingImagedJointCuda(const StitchCall& call);
-bool uinitJointCuda();
+/// An engine whose pixel work is done by an NVIDIA device, without a mosaic yet. Its lines go to the sink. Where the
+/// build has no CUDA compiler its initialisation finds no device.
+std::unique_ptr<Engine> makeCudaEngine(LogSink& sink);
 
 }  // namespace brantel

@@ -34,7 +34,7 @@ function(brantel_compile_kernels output)
 endfunction()
 
 # brantel_cuda_kernels: with the host functions that introduce them to the toolkit's runtime.
-if(footing STREQUAL runtime)
+if(interface STREQUAL runtime)
   set(object ${CMAKE_CURRENT_BINARY_DIR}/kernels${CMAKE_CXX_OUTPUT_EXTENSION})
   brantel_compile_kernels(${object} -c -Xcompiler -fPIC,-fvisibility=hidden)
   add_library(brantel_cuda_kernels STATIC ${object})

@@ -3,22 +3,23 @@
 #include <limits>
 #include <new>
 
-#include "common/log.h"
 #include "cuda/backend.h"
 #include "cuda/state.h"
+#include "gpu/kernels.h"
 
 namespace brantel {
 
 namespace {
 
+constexpr std::int32_t defaultLimit = 30000;
 constexpr double minimumMiB = 4096.0;
 constexpr char memoryLabel[] = "\xCF\xD4\xB4\xE6\xB4\xF3\xD0\xA1\xA3\xBA";  // "memory size:" in GB2312
 
 /// Every device must have enough memory, also when another one would do.
-bool devicesSuffice() {
+bool devicesSuffice(const Log& log) {
     int count = 0;
     if (cudaGetDeviceCount(&count) != cudaSuccess || count == 0) {
-        streamLine("have no cuda device");
+        log.streamLine("have no cuda device");
         return false;
     }
     for (int device = 0; device < count; ++device) {
@@ -26,80 +27,89 @@ bool devicesSuffice() {
         cudaGetDeviceProperties(&properties, device);
         const auto mib = static_cast<std::int64_t>(properties.totalGlobalMem >> 20U);
         if (minimumMiB > static_cast<double>(mib)) {
-            debugLine("cuda device memory to small");
+            log.debugLine("cuda device memory to small");
             return false;
         }
         char line[64];
         std::snprintf(line, sizeof line, "%s%lld MB", memoryLabel, static_cast<long long>(mib));
-        streamLine(line);
+        log.streamLine(line);
     }
     return true;
 }
 
 /// The kernels count elements in signed 32-bit numbers.
-bool kernelsCanIndex(const FrameSetup& setup) {
-    if (setup.rows < 1 || setup.cols < 1 || (setup.channels != 1 && setup.channels != 3)) return false;
+bool kernelsCanIndex(const Log& log, const FrameSetup& setup) {
     constexpr std::int64_t border = 2;
     const std::int64_t padded = (setup.rows + 2 * border) * (setup.cols + 2 * border);
     if (padded <= std::numeric_limits<std::int32_t>::max() / setup.channels) return true;
-    streamLine("frame too large for the cuda kernels");
+    log.streamLine("frame too large for the cuda kernels");
     return false;
 }
 
-void takeSetup(CudaBackend& cuda, const FrameSetup& setup) {
-    cuda.frame = {setup.rows / scaleDivisor, setup.cols / scaleDivisor, setup.channels};
-    cuda.tuning = CornerTuning::forDensity(setup.densityLevel);
-    cuda.previousDesc = cuda.currentDesc = {0, setup.channels, cuda.frame.rows, cuda.frame.cols};
-    if (setup.limitA <= cuda.limitRows) cuda.limitRows = setup.limitA;
-    if (setup.limitB <= cuda.limitCols) cuda.limitCols = setup.limitB;
-}
-
 template <class Allocate>
-bool allocated(const char* failLine, Allocate&& allocate) {
+bool allocated(const Log& log, const char* failLine, Allocate&& allocate) {
     try {
         allocate();
         return true;
     } catch (const std::bad_alloc&) {
-        streamLine(failLine);
+        log.streamLine(failLine);
         return false;
     }
 }
 
-bool allocateHostArrays(CudaBackend& cuda) {
-    const auto descriptorScratch = [&cuda] {
-        for (CudaSide* side : {&cuda.model, &cuda.match}) side->scratch.assign(descriptorLength, 0);
+}  // namespace
+
+std::unique_ptr<Engine> makeCudaEngine(LogSink& sink) {
+    return std::make_unique<CudaEngine>(sink);
+}
+
+CudaEngine::CudaEngine(LogSink& sink)
+    : Engine(sink), previousSide(rgb2GaryKernel), currentSide(rgb2GaryKernel2) {
+    limitA = limitB = defaultLimit;
+}
+
+/// The area limits are only ever lowered.
+void CudaEngine::takeSetup(const FrameSetup& setup) {
+    frame = {0, setup.channels, setup.rows / scaleDivisor, setup.cols / scaleDivisor};
+    tuning = CornerTuning::forDensity(setup.densityLevel);
+    previousDesc = currentDesc = frame;
+    if (setup.limitA <= limitA) limitA = setup.limitA;
+    if (setup.limitB <= limitB) limitB = setup.limitB;
+}
+
+bool CudaEngine::allocateHostArrays() {
+    const auto descriptorScratch = [this] {
+        for (CudaSide* side : {&previousSide, &currentSide}) side->scratch.assign(descriptorLength, 0);
     };
-    return allocated("new DescribleSymbol failed", descriptorScratch) &&
-           allocated("new Coonervalue failed", [&cuda] {
-               if (cuda.coonerValue.empty()) cuda.coonerValue.ensure(cuda.frame.bytes());
+    return allocated(log, "new DescribleSymbol failed", descriptorScratch) &&
+           allocated(log, "new Coonervalue failed", [this] {
+               if (templateFrame.empty()) templateFrame.ensure(frame.bytes());
            });
 }
 
-}  // namespace
-
-bool initJointCuda(const FrameSetup& setup) {
-    if (!devicesSuffice() || !kernelsCanIndex(setup)) return false;
-    CudaBackend& cuda = cudaBackend();
-    cuda.ready = false;
-    cuda.mosaic.record = {};
-    cuda.mosaic.minimum = cuda.mosaic.maximum = {};
-    if (!cuda.workers.start()) return false;
-    takeSetup(cuda, setup);
-    cuda.allocateDeviceBuffers();
-    if (!allocateHostArrays(cuda)) return false;
-    cuda.allocateHostMaps();
-    cuda.ready = true;
+bool CudaEngine::initJoint(const FrameSetup& setup, const StitchModes& setupModes) {
+    if (!devicesSuffice(log) || !kernelsCanIndex(log, setup)) return false;
+    ready = false;
+    modes = setupModes;
+    mosaic.record = {};
+    mosaic.minimum = mosaic.maximum = {};
+    // The template stays; where the canvas has it is forgotten with the record.
+    if (mosaic.templateState != TemplateState::none) mosaic.templateState = TemplateState::unplaced;
+    if (!workers.start()) return false;
+    takeSetup(setup);
+    allocateDeviceBuffers();
+    if (!allocateHostArrays()) return false;
+    allocatePageLockedMaps();
+    ready = true;
     return true;
 }
 
-bool uinitJointCuda() {
-    CudaBackend& cuda = cudaBackend();
-    cuda.ready = false;
-    cuda.workers.join("cuda_one_pid", "cuda_two_pid");
-    debugLine("pthread_join out");
-    cuda.freeBuffers();
-    cuda.mosaic = Mosaic{};
-    cuda.templateOnDevice = false;
+bool CudaEngine::uinitJoint() {
+    ready = false;
+    workers.join("cuda_one_pid", "cuda_two_pid");
+    log.debugLine("pthread_join out");
+    freeBuffers();
+    mosaic = Mosaic{};
     return true;
 }
 

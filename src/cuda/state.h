@@ -1,16 +1,51 @@
-// The CUDA backend: one mosaic per process, held in one state.
+// The state of a mosaic whose pixel work is done by a CUDA device.
+//
+// Lines know some of it by other names: "Coonervalue" is templateFrame, "resiz_One" and "resiz_Two" are the
+// two sides' reduced frames, "DescribleSymbol" is their descriptor builders' scratch, "cuda_one_pid" and
+// "cuda_two_pid" are the workers.
 #pragma once
 
 #include <cstdint>
+#include <vector>
 
-#include "common/stitch_call.h"
-#include "common/worker_pair.h"
+#include "common/arena.h"
+#include "common/buffer.h"
 #include "compose/distance_map.h"
-#include "compose/mosaic.h"
-#include "cuda/feature_side.h"
 #include "cuda/memory.h"
+#include "engine/engine.h"
+#include "registration/features.h"
 
 namespace brantel {
+
+using GreyKernel = void (*)(unsigned char*, int, int, unsigned char*);
+
+/// One of the two frames of a registration with everything its worker needs; the sides share nothing.
+struct CudaSide {
+    GreyKernel greyKernel;
+    FrameFeatures features;
+
+    DeviceBuffer<std::uint8_t> frame;
+    DeviceBuffer<std::uint8_t> grey;
+    DeviceBuffer<std::uint8_t> half;  // the grey image at the size corners are found on
+    DeviceBuffer<std::uint8_t>
+        crop;  // the part of the grey image that is searched, where it is not all of it
+    DeviceBuffer<float> xx;
+    DeviceBuffer<float> yy;
+    DeviceBuffer<float> xy;
+    DeviceBuffer<float> paddedA;
+    DeviceBuffer<float> paddedB;
+
+    Arena<PageLockedBuffer<float>> arena;  // smoothed xx, then a grey image, then a distance map
+    Buffer<float> hostYy;
+    Buffer<float> hostXy;
+    Buffer<float> response;
+    Buffer<std::uint8_t> hostGrey;       // rows x cols and a zeroed row behind it, which descriptors read
+    Buffer<std::uint8_t> reduced;        // the frame after reduction
+    std::vector<std::uint16_t> scratch;  // of the descriptor builder
+
+    explicit CudaSide(GreyKernel kernel) : greyKernel(kernel) {}
+    void freeHostArrays();
+};
 
 /// One of the two overlap cuts that the brightness test compares.
 struct OverlapSide {
@@ -29,25 +64,26 @@ struct MotionSide {
     DeviceBuffer<std::uint8_t> paddedB;
 };
 
-struct CudaBackend {
-    bool ready = false;
-    FrameSize frame{};  // working size: the frame divided by scaleDivisor
-    CornerTuning tuning;
-    std::int32_t limitRows = 30000;  // only ever lowered
-    std::int32_t limitCols = 30000;
+class CudaEngine final : public Engine {
+  public:
+    explicit CudaEngine(LogSink& sink);
+
+    bool initJoint(const FrameSetup& setup, const StitchModes& setupModes) override;
+    bool uinitJoint() override;
+
     ImageDesc previousDesc{};
     ImageDesc currentDesc{};
-    ExpectedShift expected;
-    Mosaic mosaic;
-    bool templateOnDevice = false;  // model.frame holds the template of the next call
 
-    CudaSide model;  // previous frame
-    CudaSide match;  // current frame
-    WorkerPair workers;
-    EstimationScratch estimation;
+    CudaSide previousSide;
+    CudaSide currentSide;
+    Buffer<std::uint8_t> templateFrame;  // host copy of the template of the next call
+    /// previousSide.frame holds the template, too, so that a continuing call need not bring it there. Blending
+    /// makes the template in that buffer; whoever puts something else there clears this first.
+    bool templateOnDevice = false;
 
-    DeviceBuffer<std::uint8_t> colourWork;      // the fused frame
-    PageLockedBuffer<std::uint8_t> staging[2];  // the current frame; the canvas cut and then the fused frame
+    PageLockedBuffer<std::uint8_t> stagedCurrent;  // the current frame at working size
+    PageLockedBuffer<std::uint8_t> stagedPatch;    // the canvas cut, then the blended frame
+    DeviceBuffer<std::uint8_t> blended;
     OverlapSide overlapPrevious;
     OverlapSide overlapCurrent;
     DeviceBuffer<float> maskA;
@@ -58,42 +94,43 @@ struct CudaBackend {
     DeviceBuffer<std::uint8_t> lastFrame;  // the last frame seen, reference of the motion test
     MotionSide motionPrevious;
     MotionSide motionCurrent;
-    Buffer<std::uint8_t> coonerValue;  // host copy of the template of the next call
-    Buffer<std::uint8_t> resizOne;     // the previous frame on the host, after reduction
-    Buffer<std::uint8_t> resizTwo;     // the current frame after reduction
 
-    CudaBackend();
+    bool buffersHoldFrame() override;
+    bool stitchingImageOffset(const StitchCall& call) override;
+    bool takeFrames(const StitchCall& call) override;
+    bool imageMosaicFun() override;
+    bool measureMotion(std::int64_t* motionMeasure) override;
+    bool measureBrightness() override;
+    bool stitchingImageImageblend() override;
+    void keepTemplate() override;
+    void keepAsLastSeen() override;
 
+    // Parts of these steps, open for the same reason. They throw DeviceError when a CUDA call fails.
+
+    /// Fills side.features from side.frame. Corners are appended.
+    void describeSide(CudaSide& side) const;
+    /// Weight of image A against image B for every pixel. 0, with "ptr is null", for a null image, else 1.
+    std::uint8_t seamBlend(std::uint8_t* imageA, std::uint8_t* imageB, std::int32_t rows, std::int32_t cols,
+                           std::int32_t channels, std::uint8_t* weightImage);
+
+  private:
+    void takeSetup(const FrameSetup& setup);
+    bool allocateHostArrays();
     void allocateDeviceBuffers();
-    void allocateHostMaps();
-    /// True when all buffers are there and hold frames of the present size.
-    bool buffersHoldFrame();
+    void allocatePageLockedMaps();
     void freeBuffers();
+    bool allocateReduced(CudaSide& side, const char* failLine) const;
+    void stageFrame(const std::uint8_t* from, std::int32_t scale, CudaSide& side, std::uint8_t* staged) const;
+    bool beginMosaic(const StitchCall& call);
+    void recallTemplate();
+    void keepAsTemplate(const std::uint8_t* accepted);
+    bool detectCorners(CudaSide& side, std::uint8_t* image) const;
+    bool detectCornersInRowRange(CudaSide& side, std::uint8_t* grey) const;
+    void makeMasks(std::uint8_t* imageA, std::uint8_t* imageB, std::int32_t rows, std::int32_t cols,
+                   std::int32_t channels) const;
+    bool distanceMaps(float* mapA, float* mapB, std::int32_t rows, std::int32_t cols);
+    void blendPatch(std::uint8_t* patch);
+    bool begins() const { return mosaic.templateState == TemplateState::first; }
 };
-
-/// The one instance. It is never destroyed: worker threads may still wait in it when the process ends.
-CudaBackend& cudaBackend();
-
-/// Prepares the frames, starts the mosaic of a continue flag of 0, estimates the shift and judges the frame.
-bool stitchingImageOffset(CudaBackend& cuda, const StitchCall& call);
-
-/// Finds the features of both frames at the same time and estimates the offset from them.
-bool imageMosaicFun(CudaBackend& cuda);
-
-/// The motion test of the current frame against the last one seen: assigns stitch_flags.
-void judgeByMotion(CudaBackend& cuda, const DeviceBuffer<std::uint8_t>& lastSeen);
-
-/// The brightness test of the overlap: may set stitch_flags, never clears it.
-void judgeByBrightness(CudaBackend& cuda);
-
-/// Blends the current frame into the canvas; it becomes the template of the next call.
-bool stitchingImageImageblend(CudaBackend& cuda);
-
-/// An accepted frame, which model.frame holds, becomes the template of the next call.
-void keepAsTemplate(CudaBackend& cuda, const std::uint8_t* accepted);
-
-/// Weight of image A against image B for every pixel. 0, with "ptr is null", for a null image, else 1.
-std::uint8_t seamBlend(CudaBackend& cuda, std::uint8_t* imageA, std::uint8_t* imageB, std::int32_t rows,
-                       std::int32_t cols, std::int32_t channels, std::uint8_t* weights);
 
 }  // namespace brantel

@@ -1,6 +1,4 @@
-#include "common/log.h"
-#include "opencl/joint.h"
-#include "opencl/tables.h"
+#include "opencl/device.h"
 
 namespace brantel {
 
@@ -20,9 +18,10 @@ constexpr BufferRow rows[] = {
 };
 
 /// In 64 bits; sizes that no memory could hold wrap, and the geometry they come from is refused elsewhere.
-std::size_t bytesOf(Size size, std::int32_t width, std::int32_t height, std::int32_t channels) {
+std::size_t bytesOf(Size size, Extent frame, std::int32_t channels) {
     const auto area = [&](std::int64_t border) {
-        return static_cast<std::uint64_t>(width + border) * static_cast<std::uint64_t>(height + border);
+        return static_cast<std::uint64_t>(frame.rows + border) *
+               static_cast<std::uint64_t>(frame.cols + border);
     };
     switch (size) {
         case Size::floats:
@@ -40,31 +39,46 @@ std::size_t bytesOf(Size size, std::int32_t width, std::int32_t height, std::int
 
 }  // namespace
 
-bool BufferTable::hold(std::int32_t frameRows, std::int32_t frameCols, std::int32_t channels) const {
+bool BufferTable::hold(const ImageDesc& frame) const {
     for (std::size_t i = 0; i < entries.size(); ++i)
         if (entries[i].handle != nullptr &&
-            entries[i].bytes < bytesOf(rows[i].size, frameRows, frameCols, channels))
+            entries[i].bytes < bytesOf(rows[i].size, {frame.rows, frame.cols}, frame.channels))
             return false;
     return true;
 }
 
-bool CreateMemObjectsImg(OpenclJoint& cl, std::int32_t /*scale*/, std::int32_t /*remainder*/,
+bool CreateMemObjectsImg(ClDevice& device, Extent frame, std::int32_t /*scale*/, std::int32_t /*remainder*/,
                          std::int32_t /*zero*/, std::int32_t channels) {
-    auto& entries = cl.buffers.entries;
+    auto& entries = device.buffers.entries;
     for (std::size_t i = 0; i < entries.size(); ++i) {
         if (entries[i].handle != nullptr) continue;
-        entries[i].bytes = bytesOf(rows[i].size, cl.clScaledWidth, cl.clScaledHeight, channels);
+        entries[i].bytes = bytesOf(rows[i].size, frame, channels);
         entries[i].handle =
-            clApi()->clCreateBuffer(cl.clContext, CL_MEM_READ_WRITE, entries[i].bytes, nullptr, nullptr);
-        if (entries[i].handle == nullptr && rows[i].failLine != nullptr) debugLine(rows[i].failLine);
+            clApi()->clCreateBuffer(device.clContext, CL_MEM_READ_WRITE, entries[i].bytes, nullptr, nullptr);
+        if (entries[i].handle == nullptr && rows[i].failLine != nullptr)
+            device.log.debugLine(rows[i].failLine);
     }
     return true;
 }
 
-void releaseMemObjectsCL(OpenclJoint& cl) {
-    for (std::size_t i = 0; i < cl.buffers.entries.size(); ++i) {
-        BufferTable::Entry& entry = cl.buffers.entries[i];
-        // One buffer is never released, deliberately. Its handle is forgotten all the same: it belongs to the
+cl_mem ensureBuffer(const ClDevice& device, BufferTable::Entry& buffer, std::int64_t bytes) {
+    const auto wanted = static_cast<std::size_t>(bytes);
+    if (buffer.handle != nullptr && buffer.bytes >= wanted) return buffer.handle;
+    releaseBuffer(buffer);
+    buffer.handle = clApi()->clCreateBuffer(device.clContext, CL_MEM_READ_WRITE, wanted, nullptr, nullptr);
+    buffer.bytes = wanted;
+    return buffer.handle;
+}
+
+void releaseBuffer(BufferTable::Entry& buffer) {
+    if (buffer.handle != nullptr) clApi()->clReleaseMemObject(buffer.handle);
+    buffer = {};
+}
+
+void releaseMemObjectsCL(ClDevice& device) {
+    for (std::size_t i = 0; i < device.buffers.entries.size(); ++i) {
+        BufferTable::Entry& entry = device.buffers.entries[i];
+        // One buffer is never released, deliberately (quirk 62). Its handle is forgotten all the same: it belongs to the
         // old context, where no later kernel could use it.
         const bool keptAlive = static_cast<ClBuffer>(i) == ClBuffer::filterTempClOne;
         if (entry.handle != nullptr && !keptAlive) clApi()->clReleaseMemObject(entry.handle);

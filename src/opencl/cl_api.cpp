@@ -6,6 +6,8 @@ namespace brantel {
 
 namespace {
 
+/// The one thing here that belongs to the process and not to a mosaic: the loader and its functions are the
+/// same for all of them.
 struct Runtime {
     platform::DynamicLibrary library;
     ClApi api;

@@ -27,6 +27,7 @@
     X(clEnqueueMapBuffer)        \
     X(clEnqueueUnmapMemObject)   \
     X(clEnqueueWriteBuffer)      \
+    X(clEnqueueCopyBufferRect)   \
     X(clFinish)
 
 namespace brantel {

@@ -3,8 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "common/log.h"
-#include "opencl/joint.h"
+#include "opencl/device.h"
 
 namespace brantel {
 
@@ -22,12 +21,12 @@ std::string platformName(cl_platform_id platform) {
 }
 
 /// The last platform of each maker wins. Only the first three letters of a name count.
-void findPlatforms(OpenclJoint& cl, const std::vector<cl_platform_id>& platforms) {
-    cl.amdPlatformIndex = cl.nvidiaPlatformIndex = -1;
+void findPlatforms(ClDevice& device, const std::vector<cl_platform_id>& platforms) {
+    device.amdPlatformIndex = device.nvidiaPlatformIndex = -1;
     for (std::size_t i = 0; i < platforms.size(); ++i) {
         const std::string name = platformName(platforms[i]);
-        if (name.compare(0, 3, "AMD") == 0) cl.amdPlatformIndex = static_cast<std::int32_t>(i);
-        if (name.compare(0, 3, "NVI") == 0) cl.nvidiaPlatformIndex = static_cast<std::int32_t>(i);
+        if (name.compare(0, 3, "AMD") == 0) device.amdPlatformIndex = static_cast<std::int32_t>(i);
+        if (name.compare(0, 3, "NVI") == 0) device.nvidiaPlatformIndex = static_cast<std::int32_t>(i);
     }
 }
 
@@ -43,17 +42,17 @@ cl_device_id firstGpu(cl_platform_id platform) {
 }
 
 /// AMD before NVIDIA; other platforms and processors are never considered.
-cl_device_id chooseDevice(OpenclJoint& cl) {
+cl_device_id chooseDevice(ClDevice& device) {
     cl_uint count = 0;
     clApi()->clGetPlatformIDs(0, nullptr, &count);
     if (count == 0) return nullptr;
     std::vector<cl_platform_id> platforms(count);
     if (clApi()->clGetPlatformIDs(count, platforms.data(), nullptr) != CL_SUCCESS) return nullptr;
-    findPlatforms(cl, platforms);
-    for (const std::int32_t index : {cl.amdPlatformIndex, cl.nvidiaPlatformIndex}) {
+    findPlatforms(device, platforms);
+    for (const std::int32_t index : {device.amdPlatformIndex, device.nvidiaPlatformIndex}) {
         if (index < 0) continue;
-        const cl_device_id device = firstGpu(platforms[static_cast<std::size_t>(index)]);
-        if (device != nullptr) return device;
+        const cl_device_id gpu = firstGpu(platforms[static_cast<std::size_t>(index)]);
+        if (gpu != nullptr) return gpu;
     }
     return nullptr;
 }
@@ -74,26 +73,26 @@ void queryDeviceName(cl_device_id device) {
 
 /// Prints the device's properties; false when it will not do. The labels are fixed, also where they do not
 /// describe the value.
-bool reportDevice(cl_device_id device) {
+bool reportDevice(const Log& log, cl_device_id device) {
     queryDeviceName(device);  // asked for, but not printed
-    clLog("Compute Units Number:%d\n",
-          static_cast<int>(deviceValue<cl_uint>(device, CL_DEVICE_MAX_COMPUTE_UNITS)));
-    clLog("Device Frequency:%d(MHz)\n",
-          static_cast<int>(deviceValue<cl_uint>(device, CL_DEVICE_MAX_CLOCK_FREQUENCY)));
+    log.clLog("Compute Units Number:%d\n",
+              static_cast<int>(deviceValue<cl_uint>(device, CL_DEVICE_MAX_COMPUTE_UNITS)));
+    log.clLog("Device Frequency:%d(MHz)\n",
+              static_cast<int>(deviceValue<cl_uint>(device, CL_DEVICE_MAX_CLOCK_FREQUENCY)));
     const float mebibytes =
         static_cast<float>(deviceValue<cl_ulong>(device, CL_DEVICE_GLOBAL_MEM_SIZE)) * perStep * perStep;
-    clLog("Device Frequency:%0.0f(MB)\n", static_cast<double>(mebibytes));
+    log.clLog("Device Frequency:%0.0f(MB)\n", static_cast<double>(mebibytes));
     if (mebibytes < leastMebibytes) return false;
-    clLog("Device Frequency:%d(Byte)\n",
-          static_cast<int>(deviceValue<cl_uint>(device, CL_DEVICE_GLOBAL_MEM_CACHELINE_SIZE)));
+    log.clLog("Device Frequency:%d(Byte)\n",
+              static_cast<int>(deviceValue<cl_uint>(device, CL_DEVICE_GLOBAL_MEM_CACHELINE_SIZE)));
 
     char version[100] = {};
     const cl_int status =
         clApi()->clGetDeviceInfo(device, CL_DEVICE_VERSION, sizeof version, version, nullptr);
     version[sizeof version - 1] = '\0';
-    clLog("Device DeviceVersion:%s\n", version);
+    log.clLog("Device DeviceVersion:%s\n", version);
     if (status != CL_SUCCESS) {
-        clLog("There is NO GPU or CPU");
+        log.clLog("There is NO GPU or CPU");
         return false;
     }
     deviceValue<cl_uint>(device, CL_DEVICE_PREFERRED_VECTOR_WIDTH_FLOAT);  // asked for, but not used
@@ -102,14 +101,15 @@ bool reportDevice(cl_device_id device) {
 
 }  // namespace
 
-cl_context CreateContext(OpenclJoint& cl) {
+cl_context CreateContext(ClDevice& device) {
     if (clApi() == nullptr) return nullptr;  // no runtime installed: as without a platform
-    cl.clDevice = chooseDevice(cl);
-    if (cl.clDevice == nullptr || !reportDevice(cl.clDevice)) return nullptr;
+    device.clDevice = chooseDevice(device);
+    if (device.clDevice == nullptr || !reportDevice(device.log, device.clDevice)) return nullptr;
     cl_int status = CL_SUCCESS;
-    const cl_context context = clApi()->clCreateContext(nullptr, 1, &cl.clDevice, nullptr, nullptr, &status);
+    const cl_context context =
+        clApi()->clCreateContext(nullptr, 1, &device.clDevice, nullptr, nullptr, &status);
     if (status == CL_SUCCESS) return context;
-    clLog("create context error \n");
+    device.log.clLog("create context error \n");
     return nullptr;
 }
 

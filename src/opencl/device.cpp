@@ -1,76 +1,33 @@
 #include "opencl/device.h"
 
-#include <cstdio>
-#include <cstring>
-
-#include "common/log.h"
-
 namespace brantel {
 
-namespace {
-
-constexpr std::size_t tile = 16;
-
-std::size_t tiled(std::int32_t length) {
-    const auto d = static_cast<std::size_t>(length);
-    return d - d % tile + tile;
+bool openDevice(ClDevice& device) {
+    if (device.clContext == nullptr) device.clContext = CreateContext(device);
+    if (device.clContext == nullptr) {
+        device.log.debugLine("commandQueue failed");
+        return false;
+    }
+    if (device.clCommandQueue == nullptr)
+        device.clCommandQueue = clApi()->clCreateCommandQueue(device.clContext, device.clDevice, 0, nullptr);
+    if (device.clCommandQueue == nullptr) {
+        device.log.clLog("Failed to create commandQueue for device 0");
+        device.log.debugLine("commandQueue failed");
+        closeDevice(device);
+        return false;
+    }
+    if (device.clProgram == nullptr) device.clProgram = CreateProgram(device);
+    if (device.clProgram == nullptr) closeDevice(device);
+    return device.clProgram != nullptr;
 }
 
-}  // namespace
-
-cl_int enqueueTiles(const OpenclJoint& cl, cl_kernel kernel, Extent extent) {
-    const std::size_t global[2] = {tiled(extent.cols), tiled(extent.rows)};
-    const std::size_t local[2] = {tile, tile};
-    return clApi()->clEnqueueNDRangeKernel(cl.clCommandQueue, kernel, 2, nullptr, global, local, 0, nullptr,
-                                           nullptr);
-}
-
-void reportFailedKernel(ClKernel id) {
-    char line[100];
-    std::snprintf(line, sizeof line, "failed %s", nameOf(id));
-    debugLine(line);
-}
-
-WrappedPixels::WrappedPixels(const OpenclJoint& cl, void* pixels, std::int64_t bytes) : cl_(cl) {
-    if (pixels == nullptr || bytes <= 0) return;
-    handle_ = clApi()->clCreateBuffer(cl.clContext, CL_MEM_READ_WRITE | CL_MEM_USE_HOST_PTR,
-                                      static_cast<std::size_t>(bytes), pixels, nullptr);
-}
-
-void WrappedPixels::release() {
-    if (handle_ == nullptr) return;
-    clApi()->clFinish(cl_.clCommandQueue);
-    clApi()->clReleaseMemObject(handle_);
-    handle_ = nullptr;
-}
-
-Mapping::Mapping(const OpenclJoint& cl, cl_mem buffer, std::int64_t bytes) : cl_(cl), buffer_(buffer) {
-    if (buffer == nullptr || bytes <= 0) return;
-    cl_int status = CL_SUCCESS;
-    pixels_ = clApi()->clEnqueueMapBuffer(cl.clCommandQueue, buffer, CL_TRUE, CL_MAP_READ, 0,
-                                          static_cast<std::size_t>(bytes), 0, nullptr, nullptr, &status);
-    if (status != CL_SUCCESS) pixels_ = nullptr;
-}
-
-bool Mapping::unmap() {
-    if (pixels_ == nullptr) return true;
-    const cl_int status =
-        clApi()->clEnqueueUnmapMemObject(cl_.clCommandQueue, buffer_, pixels_, 0, nullptr, nullptr);
-    pixels_ = nullptr;
-    return status == CL_SUCCESS;
-}
-
-bool readBuffer(const OpenclJoint& cl, cl_mem buffer, void* to, std::int64_t bytes) {
-    const Mapping mapping(cl, buffer, bytes);
-    if (mapping.pixels() == nullptr) return false;
-    std::memcpy(to, mapping.pixels(), static_cast<std::size_t>(bytes));
-    return true;
-}
-
-bool writeBuffer(const OpenclJoint& cl, cl_mem buffer, const void* from, std::int64_t bytes) {
-    return buffer != nullptr && clApi()->clEnqueueWriteBuffer(cl.clCommandQueue, buffer, CL_TRUE, 0,
-                                                              static_cast<std::size_t>(bytes), from, 0,
-                                                              nullptr, nullptr) == CL_SUCCESS;
+void closeDevice(ClDevice& device) {
+    if (device.clCommandQueue != nullptr) clApi()->clReleaseCommandQueue(device.clCommandQueue);
+    device.clCommandQueue = nullptr;
+    if (device.clProgram != nullptr) clApi()->clReleaseProgram(device.clProgram);
+    device.clProgram = nullptr;
+    if (device.clContext != nullptr) clApi()->clReleaseContext(device.clContext);
+    device.clContext = nullptr;
 }
 
 }  // namespace brantel

@@ -1,92 +1,74 @@
-// Running kernels and moving pixels between host and device.
+// The device and everything that is made on it: brought up in steps, each skipped for what there is already.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
-#include <type_traits>
+#include <string>
+#include <vector>
 
-#include "opencl/joint.h"
+#include "common/log.h"
+#include "opencl/tables.h"
 
 namespace brantel {
 
-/// What a kernel covers.
+/// What a kernel covers, or the size of an image.
 struct Extent {
     std::int32_t rows;
     std::int32_t cols;
 };
 
-inline bool present(cl_mem buffer) {
-    return buffer != nullptr;
-}
-inline bool present(std::int32_t /*number*/) {
-    return true;
-}
+/// A program text that a device's compiler refused, and what it said: compiling takes long, also in vain, and
+/// every initialisation asks for it again.
+struct RefusedText {
+    cl_device_id device = nullptr;
+    std::vector<char> text;
+    std::string buildLog;
 
-/// Enqueues over at least the extent, in tiles of 16 x 16; a whole tile is added even where the dimension is
-/// a multiple of 16, deliberately.
-cl_int enqueueTiles(const OpenclJoint& cl, cl_kernel kernel, Extent extent);
-
-/// Sets the arguments and enqueues. A kernel or buffer that could not be made is never enqueued: drivers
-/// crash on it. Silent.
-template <class... Args>
-bool runKernel(const OpenclJoint& cl, ClKernel id, Extent extent, Args... args) {
-    static_assert(((std::is_same_v<Args, cl_mem> || std::is_same_v<Args, std::int32_t>)&&...));
-    const cl_kernel kernel = cl.kernels[id];
-    if (kernel == nullptr || extent.rows <= 0 || extent.cols <= 0 || !(present(args) && ...)) return false;
-    cl_int clStatus = CL_SUCCESS;
-    cl_uint index = 0;
-    // The handle of a buffer is itself the argument.
-    // NOLINTNEXTLINE(bugprone-sizeof-expression)
-    ((clStatus |= clApi()->clSetKernelArg(kernel, index++, sizeof(Args), &args)), ...);
-    if (clStatus == CL_SUCCESS) clStatus = enqueueTiles(cl, kernel, extent);
-    return clStatus == CL_SUCCESS;
-}
-
-/// For kernels without a failure line of their own: the debugger learns which one failed.
-void reportFailedKernel(ClKernel id);
-template <class... Args>
-bool runStep(const OpenclJoint& cl, ClKernel id, Extent extent, Args... args) {
-    if (runKernel(cl, id, extent, args...)) return true;
-    reportFailedKernel(id);
-    return false;
-}
-
-/// A device buffer over host pixels.
-class WrappedPixels {
-  public:
-    WrappedPixels(const OpenclJoint& cl, void* pixels, std::int64_t bytes);
-    WrappedPixels(const WrappedPixels&) = delete;
-    WrappedPixels& operator=(const WrappedPixels&) = delete;
-    ~WrappedPixels() { release(); }
-
-    cl_mem handle() const { return handle_; }
-    /// Waits for everything that still uses the pixels; they may be gone afterwards.
-    void release();
-
-  private:
-    const OpenclJoint& cl_;
-    cl_mem handle_ = nullptr;
+    bool isAbout(cl_device_id other, const std::vector<char>& otherText) const {
+        return device == other && text == otherText;
+    }
 };
 
-/// A buffer mapped for reading (blocking). Its pixels may be read until unmap().
-class Mapping {
-  public:
-    Mapping(const OpenclJoint& cl, cl_mem buffer, std::int64_t bytes);
-    Mapping(const Mapping&) = delete;
-    Mapping& operator=(const Mapping&) = delete;
-    ~Mapping() { unmap(); }
+struct ClDevice {
+    const Log& log;
+    cl_device_id clDevice = nullptr;
+    cl_context clContext = nullptr;
+    cl_command_queue clCommandQueue = nullptr;
+    cl_program clProgram = nullptr;
+    std::int32_t amdPlatformIndex = -1;
+    std::int32_t nvidiaPlatformIndex = -1;
+    KernelTable kernels;
+    BufferTable buffers;
+    RefusedText refused;  // stays known when everything else is released
 
-    const void* pixels() const { return pixels_; }
-    bool unmap();
-
-  private:
-    const OpenclJoint& cl_;
-    cl_mem buffer_;
-    void* pixels_ = nullptr;
+    explicit ClDevice(const Log& l) : log(l) {}
 };
 
-/// Copies a buffer's first bytes to the host by mapping it.
-bool readBuffer(const OpenclJoint& cl, cl_mem buffer, void* to, std::int64_t bytes);
-bool writeBuffer(const OpenclJoint& cl, cl_mem buffer, const void* from, std::int64_t bytes);
+/// Context, queue and program. What was made is released again when one fails.
+bool openDevice(ClDevice& device);
+/// Releases queue, program and context.
+void closeDevice(ClDevice& device);
+
+/// Picks a GPU on an AMD or NVIDIA platform, reports on it and makes a context on it; null when there is none
+/// that will do.
+cl_context CreateContext(ClDevice& device);
+
+/// Builds the kernels of "cl.bin" in the current directory for the context's device. A text that it refused
+/// before is refused again with the same lines, without being built.
+cl_program CreateProgram(ClDevice& device);
+
+/// Creates the kernels that are still null; false, with the kernel's line, at the first that cannot be made.
+bool createKernel(ClDevice& device);
+void releaseKernelsCL(ClDevice& device);
+
+/// Creates the buffers that are still null, for frames of this extent. The three arguments behind it are not
+/// used. True in every case, deliberately (quirk 61): a buffer that cannot be made stays null, and the steps that need
+/// it fail.
+bool CreateMemObjectsImg(ClDevice& device, Extent frame, std::int32_t scale, std::int32_t remainder,
+                         std::int32_t zero, std::int32_t channels);
+void releaseMemObjectsCL(ClDevice& device);
+
+/// A buffer beside the table, made or made anew when it has fewer bytes. Null when it cannot be made.
+cl_mem ensureBuffer(const ClDevice& device, BufferTable::Entry& buffer, std::int64_t bytes);
+void releaseBuffer(BufferTable::Entry& buffer);
 
 }  // namespace brantel

@@ -1,5 +1,5 @@
 // The kernels of cl.bin in the order of their creation: X(name, channel of the failure line, failure line).
-// The lines are fixed texts; several name another kernel than the one that failed, deliberately.
+// The lines are fixed texts; several name another kernel than the one that failed, deliberately (quirk 18).
 // A kernel whose name ends in 2 is the search-match thread's own copy: setting the arguments of one kernel
 // object from two threads is a race.
 #pragma once

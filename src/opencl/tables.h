@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "common/types.h"
 #include "opencl/buffer_list.h"
 #include "opencl/cl_api.h"
 #include "opencl/kernel_list.h"
@@ -40,24 +41,14 @@ struct BufferTable {
 
     cl_mem operator[](ClBuffer id) const { return entries[static_cast<std::size_t>(id)].handle; }
 
-    /// False when a kept buffer is too small for frames of rows x cols x channels. One that could not be made
-    /// does not count: no kernel is run with it.
-    bool hold(std::int32_t rows, std::int32_t cols, std::int32_t channels) const;
-};
+    std::size_t capacityOf(ClBuffer id) const { return entries[static_cast<std::size_t>(id)].bytes; }
 
-struct OpenclJoint;
+    /// False when a kept buffer is too small for such frames. One that could not be made does not count: no
+    /// kernel is run with it.
+    bool hold(const ImageDesc& frame) const;
+};
 
 /// The kernel's name in cl.bin.
 const char* nameOf(ClKernel id);
-
-/// Creates the kernels that are still null; false, with the kernel's line, at the first that cannot be made.
-bool createKernel(OpenclJoint& cl);
-void releaseKernelsCL(OpenclJoint& cl);
-
-/// Creates the buffers that are still null. The first three arguments are not used. True in every case,
-/// deliberately: a buffer that cannot be made stays null, and the steps that need it fail.
-bool CreateMemObjectsImg(OpenclJoint& cl, std::int32_t scale, std::int32_t remainder, std::int32_t zero,
-                         std::int32_t channels);
-void releaseMemObjectsCL(OpenclJoint& cl);
 
 }  // namespace brantel

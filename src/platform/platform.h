@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 
 namespace brantel::platform {
 
@@ -9,12 +10,18 @@ namespace brantel::platform {
 /// environment variable BRANTEL_DEBUG_OUTPUT names a file ("-" is standard error).
 void debugOutput(const char* line);
 
-/// Seconds since some fixed moment; never goes backwards.
-double seconds();
-
 /// What this processor and system can run: AVX2 with BMI2; AVX-512 F, BW, CD, DQ and VL.
 bool processorHasAvx2();
 bool processorHasAvx512();
+
+/// The number of this process.
+std::int64_t processId();
+
+/// From here to restoreCancellation(), which gets the result, no other thread can cancel this one: it would be unwound
+/// out of the library's middle. Restoring may not return, since a request that came meanwhile acts there, so nothing may
+/// be left to unwind by then. Windows knows no cancellation.
+int disableCancellation();
+void restoreCancellation(int state);
 
 /// Keeps this library in memory when the host unloads it: threads that outlive it still run its code, and
 /// canvases in the host's hands call back into it.
@@ -22,11 +29,19 @@ void keepLibraryLoaded();
 
 /// Zero-filled memory straight from the system: pages cost nothing until they are touched. Null when refused.
 void* allocateZeroPages(std::size_t bytes);
+
+/// Up to how many bytes of such memory may be asked for at once when so many are going to be used soon. Linux only gives
+/// address space, unless that is limited, which the host has to live in, too; Windows counts every byte against its commit
+/// limit.
+std::int64_t largestReservation(std::int64_t soon);
 void freeZeroPages(void* memory, std::size_t bytes);
 
 /// Makes the system provide the pages of a range that is about to be read and written. A page that is read
 /// first would be mapped twice, the second time at the price of interrupting all other processors.
 void touchPages(void* memory, std::size_t bytes);
+
+/// The same for memory that others may be reading meanwhile: nothing is written. Does nothing where the system cannot.
+void populatePages(void* memory, std::size_t bytes);
 
 /// A dynamic library opened by name, closed with the object.
 class DynamicLibrary {
@@ -36,10 +51,9 @@ class DynamicLibrary {
     DynamicLibrary& operator=(const DynamicLibrary&) = delete;
     ~DynamicLibrary() { close(); }
 
-    bool open(const char* name);
     /// Only where the system keeps its own and its drivers' libraries: quicker to find absent, and a file of
     /// that name beside the host is not run.
-    bool openFromSystem(const char* name);
+    bool open(const char* name);
     void close();
     bool isOpen() const { return handle_ != nullptr; }
     void* symbol(const char* name) const;

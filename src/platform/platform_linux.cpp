@@ -1,7 +1,10 @@
 #include <dlfcn.h>
+#include <pthread.h>
 #include <sys/mman.h>
-#include <time.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -10,6 +13,12 @@
 #include "platform/platform.h"
 
 namespace brantel::platform {
+
+namespace {
+
+constexpr std::size_t onlySmallPagesFrom = std::size_t{1} << 30;
+
+}  // namespace
 
 void debugOutput(const char* line) {
     const char* path = std::getenv("BRANTEL_DEBUG_OUTPUT");
@@ -24,10 +33,20 @@ void debugOutput(const char* line) {
     }
 }
 
-double seconds() {
-    timespec now{};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return static_cast<double>(now.tv_sec) + 1e-9 * static_cast<double>(now.tv_nsec);
+std::int64_t processId() {
+    return getpid();
+}
+
+int disableCancellation() {
+    int state = PTHREAD_CANCEL_ENABLE;
+    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &state);
+    return state;
+}
+
+void restoreCancellation(int state) {
+    int ignored = 0;
+    pthread_setcancelstate(state, &ignored);
+    pthread_testcancel();
 }
 
 void keepLibraryLoaded() {
@@ -35,8 +54,21 @@ void keepLibraryLoaded() {
 }
 
 void* allocateZeroPages(std::size_t bytes) {
-    void* memory = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    return memory == MAP_FAILED ? nullptr : memory;
+    // Most of a canvas is never touched, so nothing is set aside for it.
+    constexpr int flags = MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE;
+    void* memory = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, flags, -1, 0);
+    if (memory == MAP_FAILED) return nullptr;
+    // With larger pages every row of a frame would take 2 MiB where rows are long.
+    if (bytes >= onlySmallPagesFrom) madvise(memory, bytes, MADV_NOHUGEPAGE);
+    return memory;
+}
+
+std::int64_t largestReservation(std::int64_t soon) {
+    constexpr std::int64_t always = std::int64_t{1} << 38;
+    rlimit addressSpace{};
+    if (getrlimit(RLIMIT_AS, &addressSpace) != 0) return soon;
+    if (addressSpace.rlim_cur == RLIM_INFINITY) return std::max(always, 4 * soon);
+    return static_cast<std::int64_t>(addressSpace.rlim_cur / 8);
 }
 
 void freeZeroPages(void* memory, std::size_t bytes) {
@@ -52,13 +84,18 @@ void touchPages(void* memory, std::size_t bytes) {
     }
 }
 
-bool DynamicLibrary::open(const char* name) {
-    if (handle_ == nullptr) handle_ = dlopen(name, RTLD_NOW | RTLD_LOCAL);
-    return handle_ != nullptr;
+void populatePages(void* memory, std::size_t bytes) {
+    constexpr std::uintptr_t page = 4096;
+    constexpr int populateWrite = 23;  // MADV_POPULATE_WRITE, since Linux 5.14
+    const auto first = reinterpret_cast<std::uintptr_t>(memory) / page * page;
+    const auto last = reinterpret_cast<std::uintptr_t>(memory) + bytes;
+    if (bytes > 0) madvise(reinterpret_cast<void*>(first), last - first, populateWrite);
 }
 
-bool DynamicLibrary::openFromSystem(const char* name) {
-    return open(name);  // the loader leaves the current folder out anyway
+bool DynamicLibrary::open(const char* name) {
+    // The loader does not look for a bare name in the current folder or beside the host.
+    if (handle_ == nullptr) handle_ = dlopen(name, RTLD_NOW | RTLD_LOCAL);
+    return handle_ != nullptr;
 }
 
 void DynamicLibrary::close() {

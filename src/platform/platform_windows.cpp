@@ -8,13 +8,15 @@ void debugOutput(const char* line) {
     OutputDebugStringA(line);
 }
 
-double seconds() {
-    LARGE_INTEGER ticks;
-    LARGE_INTEGER perSecond;
-    QueryPerformanceCounter(&ticks);
-    QueryPerformanceFrequency(&perSecond);
-    return static_cast<double>(ticks.QuadPart) / static_cast<double>(perSecond.QuadPart);
+std::int64_t processId() {
+    return GetCurrentProcessId();
 }
+
+int disableCancellation() {
+    return 0;
+}
+
+void restoreCancellation(int /*state*/) {}
 
 void keepLibraryLoaded() {
     HMODULE self = nullptr;
@@ -26,6 +28,10 @@ void* allocateZeroPages(std::size_t bytes) {
     return VirtualAlloc(nullptr, bytes, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE);
 }
 
+std::int64_t largestReservation(std::int64_t soon) {
+    return 2 * soon;
+}
+
 void freeZeroPages(void* memory, std::size_t) {
     if (memory != nullptr) VirtualFree(memory, 0, MEM_RELEASE);
 }
@@ -34,12 +40,9 @@ void touchPages(void* /*memory*/, std::size_t /*bytes*/) {
     // A first read already gets the page that a write needs.
 }
 
-bool DynamicLibrary::open(const char* name) {
-    if (handle_ == nullptr) handle_ = reinterpret_cast<void*>(LoadLibraryA(name));
-    return handle_ != nullptr;
-}
+void populatePages(void* /*memory*/, std::size_t /*bytes*/) {}
 
-bool DynamicLibrary::openFromSystem(const char* name) {
+bool DynamicLibrary::open(const char* name) {
     if (handle_ == nullptr)
         handle_ = reinterpret_cast<void*>(LoadLibraryExA(name, nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32));
     return handle_ != nullptr;

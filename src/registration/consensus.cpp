@@ -2,7 +2,6 @@
 
 #include <cmath>
 
-#include "common/log.h"
 #include "common/tuning.h"
 #include "registration/matching.h"
 #include "simd/level.h"
@@ -40,12 +39,12 @@ void separate(const std::vector<CornerPoint>& points, std::vector<float>& x, std
 
 }  // namespace
 
-bool ransacMatchSPointArrayFun(std::vector<CornerPoint>& previous, std::vector<CornerPoint>& current,
-                               std::vector<CornerPoint>& previousInliers,
+bool ransacMatchSPointArrayFun(const Log& log, std::vector<CornerPoint>& previous,
+                               std::vector<CornerPoint>& current, std::vector<CornerPoint>& previousInliers,
                                std::vector<CornerPoint>& currentInliers, float* dx, float* dy,
                                PairCoordinates& scratch) {
     if (previous.empty() || current.empty()) {
-        streamLine("ransacMatchSPointArrayFun size 0");
+        log.streamLine("ransacMatchSPointArrayFun size 0");
         previous.clear();
         current.clear();
         return false;
@@ -77,21 +76,15 @@ bool ransacMatchSPointArrayFun(std::vector<CornerPoint>& previous, std::vector<C
     return true;
 }
 
-bool ransacMatchSPointArrayFun(std::vector<CornerPoint>& previous, std::vector<CornerPoint>& current,
-                               std::vector<CornerPoint>& previousInliers,
-                               std::vector<CornerPoint>& currentInliers, float* dx, float* dy) {
-    PairCoordinates scratch;
-    return ransacMatchSPointArrayFun(previous, current, previousInliers, currentInliers, dx, dy, scratch);
-}
-
-bool estimateOffset(const FrameFeatures& previous, const FrameFeatures& current, std::int32_t rows,
-                    std::int32_t cols, Registration result, EstimationScratch& scratch, WorkerPair* workers) {
-    scratch.distances.resize(crewSize * previous.corners.size());
+bool estimateOffset(const Log& log, const FrameFeatures& previous, const FrameFeatures& current,
+                    std::int32_t rows, std::int32_t cols, Registration result, EstimationScratch& scratch,
+                    WorkerPair* workers) {
+    scratch.distances.resize(loopThreads * previous.corners.size());
     scratch.matches.clear();
-    calacDistanceIndexFun(previous.descriptors.data(), current.descriptors.data(), scratch.distances.data(),
-                          matchRatio, static_cast<std::int32_t>(previous.corners.size()), descriptorLength,
-                          static_cast<std::int32_t>(current.corners.size()), descriptorLength,
-                          scratch.matches, workers);
+    calacDistanceIndexFun(
+        log, previous.descriptors.data(), current.descriptors.data(), scratch.distances.data(), matchRatio,
+        static_cast<std::int32_t>(previous.corners.size()), descriptorLength,
+        static_cast<std::int32_t>(current.corners.size()), descriptorLength, scratch.matches, workers);
 
     scratch.previousCorners = previous.corners;
     scratch.currentCorners = current.corners;
@@ -104,7 +97,7 @@ bool estimateOffset(const FrameFeatures& previous, const FrameFeatures& current,
 
     float dx = 0;
     float dy = 0;
-    ransacMatchSPointArrayFun(scratch.previousPoints, scratch.currentPoints, scratch.previousInliers,
+    ransacMatchSPointArrayFun(log, scratch.previousPoints, scratch.currentPoints, scratch.previousInliers,
                               scratch.currentInliers, &dx, &dy, scratch.coordinates);
     if (scratch.previousInliers.empty() || scratch.currentInliers.empty()) return false;
     if (!(std::fabs(dx) < static_cast<float>(cols) && std::fabs(dy) < static_cast<float>(rows))) return false;
@@ -113,12 +106,6 @@ bool estimateOffset(const FrameFeatures& previous, const FrameFeatures& current,
     result.offset->x = static_cast<std::int32_t>(dx);
     result.offset->y = static_cast<std::int32_t>(dy);
     return true;
-}
-
-bool estimateOffset(const FrameFeatures& previous, const FrameFeatures& current, std::int32_t rows,
-                    std::int32_t cols, Registration result) {
-    EstimationScratch scratch;
-    return estimateOffset(previous, current, rows, cols, result, scratch, nullptr);
 }
 
 }  // namespace brantel

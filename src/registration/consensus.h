@@ -4,9 +4,10 @@
 #include <cstdint>
 #include <vector>
 
-#include "common/buffer.h"
+#include "common/log.h"
 #include "common/types.h"
 #include "common/worker_pair.h"
+#include "registration/features.h"
 
 namespace brantel {
 
@@ -19,23 +20,12 @@ struct PairCoordinates {
 };
 
 /// Tries every pair as the hypothesis and keeps the one with the most pairs within 4 pixels of it; ties keep
-/// the earlier one. dx, dy receive its own offset (previous - current), not a mean. Consumes both lists.
+/// the earlier one. dx, dy receive its own offset (previous - current), not a mean (quirk 33). Consumes both lists.
 /// False, with "ransacMatchSPointArrayFun size 0", for an empty list.
-bool ransacMatchSPointArrayFun(std::vector<CornerPoint>& previous, std::vector<CornerPoint>& current,
-                               std::vector<CornerPoint>& previousInliers,
+bool ransacMatchSPointArrayFun(const Log& log, std::vector<CornerPoint>& previous,
+                               std::vector<CornerPoint>& current, std::vector<CornerPoint>& previousInliers,
                                std::vector<CornerPoint>& currentInliers, float* dx, float* dy,
                                PairCoordinates& scratch);
-bool ransacMatchSPointArrayFun(std::vector<CornerPoint>& previous, std::vector<CornerPoint>& current,
-                               std::vector<CornerPoint>& previousInliers,
-                               std::vector<CornerPoint>& currentInliers, float* dx, float* dy);
-
-/// What one frame's feature stage hands on.
-struct FrameFeatures {
-    std::vector<CornerPoint> corners;
-    std::vector<CornerPoint> consumed;  // the copy that building descriptors uses up
-    Buffer<std::uint16_t>
-        descriptors;  // descriptorLength values per corner; never null once a frame was described
-};
 
 /// What registration came to.
 struct Registration {
@@ -57,10 +47,9 @@ struct EstimationScratch {
 };
 
 /// Matches two frames' features and accepts the offset when it is smaller than the frame and more than 10
-/// matches support it. Idle workers lend a hand; may be null.
-bool estimateOffset(const FrameFeatures& previous, const FrameFeatures& current, std::int32_t rows,
-                    std::int32_t cols, Registration result, EstimationScratch& scratch, WorkerPair* workers);
-bool estimateOffset(const FrameFeatures& previous, const FrameFeatures& current, std::int32_t rows,
-                    std::int32_t cols, Registration result);
+/// matches support it. Idle workers help; may be null.
+bool estimateOffset(const Log& log, const FrameFeatures& previous, const FrameFeatures& current,
+                    std::int32_t rows, std::int32_t cols, Registration result, EstimationScratch& scratch,
+                    WorkerPair* workers);
 
 }  // namespace brantel

@@ -4,8 +4,10 @@
 #include <cstdint>
 #include <vector>
 
+#include "common/log.h"
 #include "common/types.h"
 #include "common/worker_pair.h"
+#include "registration/features.h"
 
 namespace brantel {
 
@@ -18,21 +20,17 @@ namespace brantel {
 /// @param length  200 values per descriptor
 /// @param window  20 pixels
 /// @param points  consumed
-/// @param scratch length values, crewSize times as many with workers
+/// @param scratch length values, loopThreads times as many with workers
 /// @param out     length values per point, back to back
-/// @param workers idle workers that lend a hand; may be null
+/// @param workers idle workers that help; may be null
 /// False, with "src_in ptr is null", without a frame.
-bool buildCornerDescriptors(const std::uint8_t* frame, std::int32_t rows, std::int32_t cols,
+bool buildCornerDescriptors(const Log& log, const std::uint8_t* frame, std::int32_t rows, std::int32_t cols,
                             std::int32_t length, std::int32_t window, std::vector<CornerPoint>& points,
-                            std::uint16_t* scratch, std::uint16_t* out, WorkerPair* workers = nullptr);
+                            std::uint16_t* scratch, std::uint16_t* out, WorkerPair* workers);
 
-/// Truncated length of the gradient (gx, gy), components from -255 to 255.
-std::int32_t gradientMagnitude(std::int32_t gx, std::int32_t gy);
-
-/// Bin 0 to 7 of its direction; bin b covers 45 b to 45 b + 44 whole degrees.
-std::int32_t gradientBin(std::int32_t gx, std::int32_t gy);
-
-/// Both as descriptors look them up: 8 * magnitude + bin.
-std::int32_t tabulatedGradient(std::int32_t gx, std::int32_t gy);
+/// Describes the corners that were found in a grey frame (rows x cols and a zeroed row behind it). scratch is
+/// the descriptor builder's. Idle workers help; may be null.
+void describeCorners(const Log& log, FrameFeatures& features, const std::uint8_t* grey, std::int32_t rows,
+                     std::int32_t cols, std::vector<std::uint16_t>& scratch, WorkerPair* workers);
 
 }  // namespace brantel

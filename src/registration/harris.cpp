@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <cstring>
 
-#include "common/log.h"
-
 namespace brantel {
 
 namespace {
@@ -18,10 +16,10 @@ float maximumAround(const float* centre, std::int64_t cols) {
 
 }  // namespace
 
-bool calcResponseValue(const float* a, const float* b, const float* c, float k, std::int32_t rows,
-                       std::int32_t cols, float* response, float* mean, float* sum) {
+bool calcResponseValue(const Log& log, const float* a, const float* b, const float* c, float k,
+                       std::int32_t rows, std::int32_t cols, float* response, float* mean, float* sum) {
     if (a == nullptr || b == nullptr || c == nullptr || response == nullptr) {
-        streamLine("calcResponseValue ptr null");
+        log.streamLine("calcResponseValue ptr null");
         return false;
     }
     for (std::int64_t r = harrisBorder; r < std::int64_t{rows} - harrisBorder; ++r)
@@ -38,10 +36,11 @@ bool calcResponseValue(const float* a, const float* b, const float* c, float k, 
     return true;
 }
 
-bool responseValueMaxSuppression(const float* response, float threshold, std::int32_t rows, std::int32_t cols,
-                                 std::vector<float>& values, std::vector<CornerPoint>& points) {
+bool responseValueMaxSuppression(const Log& log, const float* response, float threshold, std::int32_t rows,
+                                 std::int32_t cols, std::vector<float>& values,
+                                 std::vector<CornerPoint>& points) {
     if (response == nullptr) {
-        streamLine("responseValueMaxSuppression ptr is null");
+        log.streamLine("responseValueMaxSuppression ptr is null");
         return false;
     }
     for (std::int32_t r = harrisBorder; r < rows - harrisBorder; ++r)
@@ -56,26 +55,27 @@ bool responseValueMaxSuppression(const float* response, float threshold, std::in
     return true;
 }
 
-void keepBestCorners(CornerSelection& selection, const CornerTuning& tuning,
+void keepBestCorners(const Log& log, CornerSelection& selection, const CornerTuning& tuning,
                      std::vector<CornerPoint>& corners) {
     std::int32_t count = 0;
-    goToGetRidOfSomeSPoints(selection.values, selection.points, tuning.budget, tuning.cap,
+    goToGetRidOfSomeSPoints(log, selection.values, selection.points, tuning.budget, tuning.cap,
                             tuning.reductionFactor, tuning.densityLevel, &count, selection.thinning);
-    selectSpreadCorners(selection.values, selection.points, count, tuning.workingScale, spreadFactor, corners,
-                        selection.thinning);
+    selectSpreadCorners(log, selection.values, selection.points, count, tuning.workingScale, spreadFactor,
+                        corners, selection.thinning);
 }
 
-void selectCorners(const float* xx, const float* yy, const float* xy, std::int32_t rows, std::int32_t cols,
-                   const CornerTuning& tuning, float* response, std::vector<CornerPoint>& corners) {
+void selectCorners(const Log& log, const float* xx, const float* yy, const float* xy, std::int32_t rows,
+                   std::int32_t cols, const CornerTuning& tuning, float* response,
+                   std::vector<CornerPoint>& corners) {
     const std::int64_t pixels = std::int64_t{rows} * cols;
     std::memset(response, 0, static_cast<std::size_t>(pixels) * sizeof(float));
     float sum = 0;
     float mean = 0;
-    calcResponseValue(xx, yy, xy, harrisK, rows, cols, response, &mean, &sum);
+    calcResponseValue(log, xx, yy, xy, harrisK, rows, cols, response, &mean, &sum);
 
     CornerSelection selection;
-    responseValueMaxSuppression(response, mean, rows, cols, selection.values, selection.points);
-    keepBestCorners(selection, tuning, corners);
+    responseValueMaxSuppression(log, response, mean, rows, cols, selection.values, selection.points);
+    keepBestCorners(log, selection, tuning, corners);
 }
 
 }  // namespace brantel

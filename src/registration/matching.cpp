@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <limits>
 
-#include "common/log.h"
 #include "simd/level.h"
 
 namespace brantel {
@@ -35,9 +34,9 @@ struct Nearest {
 
 class DescriptorSearch {
   public:
-    DescriptorSearch(const std::uint16_t* reference, std::int32_t count, std::int32_t stride,
+    DescriptorSearch(const Log& log, const std::uint16_t* reference, std::int32_t count, std::int32_t stride,
                      std::int32_t length)
-        : reference_(reference), count_(count), stride_(stride), length_(length) {}
+        : log_(log), reference_(reference), count_(count), stride_(stride), length_(length) {}
 
     /// The definition: all distances, the minimum, and the minimum again with the first one's place taken by
     /// the maximum.
@@ -47,9 +46,9 @@ class DescriptorSearch {
         float farthest = 0;
         float unused = 0;
         std::int32_t unusedIndex = 0;
-        findMinIndex(distances, count_, &nearest.first, &farthest, &nearest.index);
+        findMinIndex(log_, distances, count_, &nearest.first, &farthest, &nearest.index);
         distances[nearest.index] = farthest;
-        findMinIndex(distances, count_, &nearest.second, &unused, &unusedIndex);
+        findMinIndex(log_, distances, count_, &nearest.second, &unused, &unusedIndex);
         return nearest;
     }
 
@@ -98,6 +97,7 @@ class DescriptorSearch {
         return nearest;
     }
 
+    const Log& log_;
     const std::uint16_t* reference_;
     std::int32_t count_;
     std::int32_t stride_;
@@ -115,10 +115,10 @@ bool allBelow(const std::uint16_t* descriptors, std::int32_t count, std::int32_t
 
 }  // namespace
 
-bool findMinIndex(const float* values, std::int32_t count, float* minimum, float* maximum,
+bool findMinIndex(const Log& log, const float* values, std::int32_t count, float* minimum, float* maximum,
                   std::int32_t* index) {
     if (values == nullptr) {
-        streamLine("findMinIndex ptr is null");
+        log.streamLine("findMinIndex ptr is null");
         return false;
     }
     *minimum = *maximum = values[0];
@@ -133,24 +133,24 @@ bool findMinIndex(const float* values, std::int32_t count, float* minimum, float
     return true;
 }
 
-bool calacDistanceIndexFun(const std::uint16_t* reference, const std::uint16_t* query, float* distances,
-                           float ratio, std::int32_t referenceCount, std::int32_t referenceStride,
-                           std::int32_t queryCount, std::int32_t length, std::vector<Match>& matches,
-                           WorkerPair* workers) {
+bool calacDistanceIndexFun(const Log& log, const std::uint16_t* reference, const std::uint16_t* query,
+                           float* distances, float ratio, std::int32_t referenceCount,
+                           std::int32_t referenceStride, std::int32_t queryCount, std::int32_t length,
+                           std::vector<Match>& matches, WorkerPair* workers) {
     if (reference == nullptr || query == nullptr) {
-        streamLine("calacDistanceIndexFun ptr is null");
+        log.streamLine("calacDistanceIndexFun ptr is null");
         return false;
     }
     if (queryCount < 1 || referenceCount < 1) return true;
-    const DescriptorSearch search(reference, referenceCount, referenceStride, length);
+    const DescriptorSearch search(log, reference, referenceCount, referenceStride, length);
     const bool fast = referenceCount > 1 && length <= longestFastDescriptor &&
                       allBelow(reference, referenceCount, referenceStride, length) &&
                       allBelow(query, queryCount, length, length);
     const std::size_t before = matches.size();
     matches.resize(before + static_cast<std::size_t>(queryCount));
     Match* found = matches.data() + before;
-    shareLoop(workers, queryCount, 16, [&](std::int64_t first, std::int64_t last, std::int32_t hand) {
-        float* scratch = distances + std::int64_t{hand} * referenceCount;
+    parallelFor(workers, queryCount, 16, [&](std::int64_t first, std::int64_t last, std::int32_t thread) {
+        float* scratch = distances + std::int64_t{thread} * referenceCount;
         for (std::int64_t i = first; i < last; ++i) {
             const std::uint16_t* descriptor = query + i * length;
             const Nearest nearest =

@@ -4,8 +4,6 @@
 #include <functional>
 #include <numeric>
 
-#include "common/log.h"
-
 namespace brantel {
 
 namespace {
@@ -15,7 +13,8 @@ constexpr std::int32_t noNeighbour = 65535;  // cap of the squared distances, al
 constexpr std::int32_t cellBits = 4;         // grid cells of 16 x 16 pixels
 constexpr std::size_t fewEntries = 100;      // so few are faster compared one by one
 
-/// Hole-filling partition around the first element; no step is taken after a move.
+/// Hole-filling partition around the first element; no step is taken after a move. Where equal keys end
+/// decides which corners survive, so it must stay exactly as it is (quirk 23).
 std::int32_t partitionDescending(std::vector<float>& keys, std::vector<std::int32_t>& indices,
                                  std::int32_t low, std::int32_t high) {
     const float pivot = keys[low];
@@ -172,16 +171,11 @@ std::int32_t NeighbourGrid::nearest(const CornerPoint& point, std::int32_t cap) 
     return best;
 }
 
-void quickSortDescending(std::vector<float>& keys, std::vector<std::int32_t>& indices, std::int32_t low,
-                         std::int32_t high) {
-    sortFront(keys, indices, low, high, high);
-}
-
-bool goToGetRidOfSomeSPoints(std::vector<float>& values, std::vector<CornerPoint>& points,
+bool goToGetRidOfSomeSPoints(const Log& log, std::vector<float>& values, std::vector<CornerPoint>& points,
                              std::int32_t budget, std::int32_t cap, std::int32_t /*reductionFactor*/,
                              std::int32_t /*densityLevel*/, std::int32_t* count, ThinningScratch& scratch) {
     if (values.empty() || points.empty()) {
-        streamLine(emptyLine);
+        log.streamLine(emptyLine);
         return false;
     }
     const auto found = static_cast<std::int32_t>(values.size());
@@ -205,25 +199,11 @@ bool goToGetRidOfSomeSPoints(std::vector<float>& values, std::vector<CornerPoint
     return !values.empty();
 }
 
-bool goToGetRidOfSomeSPoints(std::vector<float>& values, std::vector<CornerPoint>& points,
-                             std::int32_t budget, std::int32_t cap, std::int32_t reductionFactor,
-                             std::int32_t densityLevel, std::int32_t* count) {
-    ThinningScratch scratch;
-    return goToGetRidOfSomeSPoints(values, points, budget, cap, reductionFactor, densityLevel, count,
-                                   scratch);
-}
-
-bool selectSpreadCorners(std::vector<float>& values, std::vector<CornerPoint>& points, std::int32_t count,
-                         std::int32_t scale, float c, std::vector<CornerPoint>& out) {
-    ThinningScratch scratch;
-    return selectSpreadCorners(values, points, count, scale, c, out, scratch);
-}
-
-bool selectSpreadCorners(std::vector<float>& values, std::vector<CornerPoint>& points, std::int32_t count,
-                         std::int32_t scale, float c, std::vector<CornerPoint>& out,
+bool selectSpreadCorners(const Log& log, std::vector<float>& values, std::vector<CornerPoint>& points,
+                         std::int32_t count, std::int32_t scale, float c, std::vector<CornerPoint>& out,
                          ThinningScratch& scratch) {
     if (values.empty() || points.empty()) {
-        streamLine(emptyLine);
+        log.streamLine(emptyLine);
         values.clear();
         points.clear();
         return false;

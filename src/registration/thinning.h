@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "common/log.h"
 #include "common/types.h"
 
 namespace brantel {
@@ -41,29 +42,19 @@ struct ThinningScratch {
     NeighbourGrid grid;
 };
 
-/// Sorts keys[low..high] descending and moves indices along. Quicksort with the first element as pivot; not
-/// stable. Where equal keys end decides which corners survive, so its partition must stay exactly as it is.
-void quickSortDescending(std::vector<float>& keys, std::vector<std::int32_t>& indices, std::int32_t low,
-                         std::int32_t high);
-
 /// Cuts values and points down to the cap strongest responses, strongest first (untouched when there are no
 /// more than cap). *count = min(number of values before, budget): how many the spreading step is to keep.
 /// False, with "goToGetRidOfSomeSPoints CornervalueIn size is 0", when a list is empty; count is left alone.
-/// reductionFactor and densityLevel are part of the call but have no influence.
-bool goToGetRidOfSomeSPoints(std::vector<float>& values, std::vector<CornerPoint>& points,
+/// reductionFactor and densityLevel are part of the call but have no influence (quirk 29).
+bool goToGetRidOfSomeSPoints(const Log& log, std::vector<float>& values, std::vector<CornerPoint>& points,
                              std::int32_t budget, std::int32_t cap, std::int32_t reductionFactor,
                              std::int32_t densityLevel, std::int32_t* count, ThinningScratch& scratch);
-bool goToGetRidOfSomeSPoints(std::vector<float>& values, std::vector<CornerPoint>& points,
-                             std::int32_t budget, std::int32_t cap, std::int32_t reductionFactor,
-                             std::int32_t densityLevel, std::int32_t* count);
 
 /// Appends the count corners that lie farthest from any clearly stronger one (c times stronger), scaled by
 /// scale, in order of decreasing distance. With fewer than count points, out becomes a copy of them,
-/// unscaled. Empties values and points. False when nothing was kept.
-bool selectSpreadCorners(std::vector<float>& values, std::vector<CornerPoint>& points, std::int32_t count,
-                         std::int32_t scale, float c, std::vector<CornerPoint>& out,
+/// unscaled (quirk 27). Empties values and points. False when nothing was kept.
+bool selectSpreadCorners(const Log& log, std::vector<float>& values, std::vector<CornerPoint>& points,
+                         std::int32_t count, std::int32_t scale, float c, std::vector<CornerPoint>& out,
                          ThinningScratch& scratch);
-bool selectSpreadCorners(std::vector<float>& values, std::vector<CornerPoint>& points, std::int32_t count,
-                         std::int32_t scale, float c, std::vector<CornerPoint>& out);
 
 }  // namespace brantel

@@ -15,6 +15,7 @@ namespace {
 using std::int16_t;
 using std::int32_t;
 using std::int64_t;
+using std::uint32_t;
 using std::uint8_t;
 
 constexpr int64_t block = 16;  // columns that are taken through all steps at once
@@ -77,14 +78,7 @@ inline void responses(const HarrisRow& row, const Taps& k, int64_t at, int64_t c
     }
 }
 
-/// One accumulator: the order of the additions is part of the result.
-template <bool whole>
-inline float added(float sum, const float* values, int64_t count) {
-    for (int64_t x = 0; x < columnsOf<whole>(count); ++x) sum += values[x];
-    return sum;
-}
-
-float harrisRow(const HarrisRow& given, int64_t first, int64_t last, float sum) {
+void harrisRow(const HarrisRow& given, int64_t first, int64_t last) {
     const HarrisRow row = given;  // a copy that no store can change
     const Taps taps{row.kernel[0], row.kernel[1], row.kernel[2], row.kernel[3], row.kernel[4]};
     const int64_t end = last + reach;
@@ -94,14 +88,88 @@ float harrisRow(const HarrisRow& given, int64_t first, int64_t last, float sum) 
     for (; x + block <= last && ready + block <= end; x += block, ready += block) {
         filterColumns<true>(row, taps, ready, block);
         responses<true>(row, taps, x, block, row.response + x);
-        // These wait for each other. Side by side with arithmetic that does not wait for them they cost
-        // little.
-        sum = added<true>(sum, row.responseAbove + x, block);
     }
     filterColumns<false>(row, taps, ready, end - ready);
     responses<false>(row, taps, x, last - x, row.response + x);
-    return added<false>(sum, row.responseAbove + x, last - x);
 }
+
+inline float addOneByOne(float sum, const float* values, int64_t count) {
+    for (int64_t i = 0; i < count; ++i) sum += values[i];
+    return sum;
+}
+
+#if !BRANTEL_VECTORS
+
+float addInOrder(float sum, const float* values, int64_t count) {
+    return addOneByOne(sum, values, count);
+}
+
+#else
+
+// While a sum s stays between two powers of two, floats are g apart there, and s is m g with m from 2^23 to 2^24. Adding
+// x rounds x / g to a whole number, whatever m is, but for a tie, which goes to the even sum. So the whole numbers of
+// many values may be added in any order, as long as none is a tie and the sum does not reach the next power of two.
+
+constexpr int64_t stretch = 256;  // values that are tried at once
+constexpr int32_t significant = 23;
+constexpr float mostSteps = 4194304.0F;  // 2^22 for one value: so many fit into 32 bits, and ties can be told
+
+struct Steps {
+    int32_t sum;
+    bool known;  // no tie and no value that is too large
+};
+
+/// By how many spacings a sum grows.
+inline Steps stepsOf(const float* values, float perSpacing) {
+    const hn::ScalableTag<float> d;
+    const hn::RebindToSigned<decltype(d)> ints;
+    const auto width = static_cast<int64_t>(hn::Lanes(d));
+    const auto scale = hn::Set(d, perSpacing);
+    const auto half = hn::Set(d, 0.5F);
+    const auto most = hn::Set(d, mostSteps);
+    auto sum = hn::Zero(ints);
+    auto doubtful = hn::MaskFromVec(hn::Zero(d));
+    for (int64_t i = 0; i < stretch; i += width) {
+        const auto quotient = hn::Mul(hn::LoadU(d, values + i), scale);  // a power of two: exact
+        const auto whole = hn::NearestInt(quotient);
+        const auto off = hn::Abs(hn::Sub(quotient, hn::ConvertTo(d, whole)));
+        doubtful = hn::Or(doubtful, hn::Or(hn::Eq(off, half), hn::Not(hn::Lt(quotient, most))));
+        sum = hn::Add(sum, whole);
+    }
+    return {hn::GetLane(hn::SumOfLanes(ints, sum)), hn::AllFalse(d, doubtful)};
+}
+
+inline uint32_t bitsOf(float value) {
+    uint32_t bits;
+    __builtin_memcpy(&bits, &value, sizeof bits);
+    return bits;
+}
+
+inline float floatOf(uint32_t bits) {
+    float value;
+    __builtin_memcpy(&value, &bits, sizeof value);
+    return value;
+}
+
+/// The values are added to the sum's bits: within a power of two they count spacings.
+float addInOrder(float sum, const float* values, int64_t count) {
+    constexpr uint32_t bias = 127;
+    for (; count >= stretch; count -= stretch, values += stretch) {
+        const uint32_t bits = bitsOf(sum);
+        const uint32_t exponent = bits >> significant;  // sums are not negative
+        // 2^(23 - e) is a float for the exponents of all but the smallest and largest sums
+        const bool usual = exponent > significant && exponent < 2 * bias;
+        const Steps steps = usual
+                                ? stepsOf(values, floatOf((2 * bias + significant - exponent) << significant))
+                                : Steps{0, false};
+        const uint32_t next = bits + static_cast<uint32_t>(steps.sum);
+        sum = steps.known && next >> significant == exponent ? floatOf(next)
+                                                             : addOneByOne(sum, values, stretch);
+    }
+    return addOneByOne(sum, values, count);
+}
+
+#endif
 
 #if !BRANTEL_VECTORS
 
@@ -183,7 +251,7 @@ int64_t maximaInRow(const float* above, const float* at, const float* below, flo
 }  // namespace
 
 const CornerKernels& cornerTable() {
-    static const CornerKernels kernels = {gradientRow, harrisRow, maximaInRow};
+    static const CornerKernels kernels = {gradientRow, harrisRow, addInOrder, maximaInRow};
     return kernels;
 }
 

@@ -13,7 +13,6 @@ struct HarrisRow {
     const float* kernel;       // of the 5-tap filters
     float k;
     float* response;
-    const float* responseAbove;
 };
 
 constexpr std::int64_t maximaSlack = 16;
@@ -23,9 +22,11 @@ struct CornerKernels {
     void (*gradientRow)(const std::uint8_t* above, const std::uint8_t* at, const std::uint8_t* below,
                         std::int64_t first, std::int64_t last, float* xx, float* yy, float* xy);
     /// Both 5-tap filters of the three products and the response at columns first to last - 1; reads 2
-    /// columns to each side. Responses that are not positive become 0. Returns sum with the responses of the
-    /// row above added from left to right.
-    float (*harrisRow)(const HarrisRow& row, std::int64_t first, std::int64_t last, float sum);
+    /// columns to each side. Responses that are not positive become 0.
+    void (*harrisRow)(const HarrisRow& row, std::int64_t first, std::int64_t last);
+    /// sum with values, none of them negative or no number, added one by one from left to right, each time rounding to
+    /// single precision.
+    float (*addInOrder)(float sum, const float* values, std::int64_t count);
     /// Columns first to last - 1 of the middle row that exceed the threshold and equal the maximum of their 3
     /// x 3 neighbourhood. Returns how many were written to columns, which has room for last - first +
     /// maximaSlack: what lies behind them is overwritten.
@@ -77,9 +78,12 @@ struct SumKernels {
 /// anything.
 constexpr std::int64_t seamLanes = 16;
 /// What rows and row buffers of these loops need beside their columns, since whole blocks are read and
-/// written.
+/// written: lane i of a step t lies at column t - i, which is negative while a block begins.
 constexpr std::int64_t seamPadBefore = 16;
 constexpr std::int64_t seamPadBehind = 48;
+
+/// The distance of a pixel far from any empty one, and of every occupied pixel before the transform.
+constexpr float farDistance = 255.0F;
 
 struct SeamKernels {
     /// seamLanes rows of bytes to skewed order and back.
@@ -95,10 +99,16 @@ struct SeamKernels {
     void (*chamferBackward)(std::int64_t cols, std::int64_t rows, const float* below, float* distances,
                             float* top);
 
-    /// Weights of the canvas, skewed. The frame's distances are given, or (null) the smaller one of a limit
-    /// for each row of the block and one for each column.
-    void (*skewedWeights)(const float* canvas, const float* frame, const float* rowLimits,
-                          const float* columnLimits, std::int64_t cols, std::uint8_t* weights);
+    /// Weights of the canvas, skewed, from its distances and the frame's.
+    void (*weightsByDistances)(const float* canvas, const float* frame, std::int64_t cols,
+                               std::uint8_t* weights);
+    /// The same for a frame without empty pixels, whose distances are those to its edge: the smaller one of a
+    /// limit for each row of the block and one for each column, which are read backwards (their first element
+    /// is the last column's).
+    void (*weightsByLimits)(const float* canvas, const float* rowLimits, const float* columnLimits,
+                            std::int64_t cols, std::uint8_t* weights);
+    /// The same where the frame holds nothing: all distances of the frame are 0.
+    void (*weightsOfCanvas)(const float* canvas, std::int64_t cols, std::uint8_t* weights);
 };
 
 namespace baseline {

@@ -1,6 +1,5 @@
 #include "simd/level.h"
 
-#include <atomic>
 #include <cstdlib>
 #include <cstring>
 
@@ -10,32 +9,20 @@ namespace brantel::simd {
 
 namespace {
 
-constexpr Level allLevels[] = {Level::baseline, Level::avx2, Level::avx512};
-
-bool supported(Level level) {
-    if (level == Level::baseline) return true;
-    return level == Level::avx2 ? platform::processorHasAvx2() : platform::processorHasAvx512();
-}
-
 Level startingLevel() {
     Level highest = Level::baseline;
     const char* wanted = std::getenv("BRANTEL_INSTRUCTIONS");
     for (const Level level : allLevels) {
-        if (!supported(level)) continue;
+        if (!isSupported(level)) continue;
         highest = level;
         if (wanted != nullptr && std::strcmp(wanted, nameOf(level)) == 0) break;
     }
     return highest;
 }
 
-std::atomic<Level>& level() {
-    static std::atomic<Level> active{startingLevel()};
-    return active;
-}
-
 template <class Table>
 const Table& ofActiveLevel(const Table& (*baseline)(), const Table& (*avx2)(), const Table& (*avx512)()) {
-    switch (level().load(std::memory_order_relaxed)) {
+    switch (activeLevel().load(std::memory_order_relaxed)) {
         case Level::avx512:
             return avx512();
         case Level::avx2:
@@ -47,24 +34,19 @@ const Table& ofActiveLevel(const Table& (*baseline)(), const Table& (*avx2)(), c
 
 }  // namespace
 
-std::vector<Level> supportedLevels() {
-    std::vector<Level> levels;
-    for (const Level level : allLevels)
-        if (supported(level)) levels.push_back(level);
-    return levels;
-}
-
 const char* nameOf(Level level) {
     if (level == Level::avx512) return "avx512";
     return level == Level::avx2 ? "avx2" : "baseline";
 }
 
-Level activeLevel() {
-    return level();
+bool isSupported(Level level) {
+    if (level == Level::baseline) return true;
+    return level == Level::avx2 ? platform::processorHasAvx2() : platform::processorHasAvx512();
 }
 
-void forceLevel(Level wanted) {
-    if (supported(wanted)) level() = wanted;
+std::atomic<Level>& activeLevel() {
+    static std::atomic<Level> active{startingLevel()};
+    return active;
 }
 
 const Kernels& kernels() {

@@ -1,8 +1,8 @@
 // Which instruction set the inner loops use. Every level computes the same bytes.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
-#include <vector>
 
 #include "simd/kernels.h"
 
@@ -10,19 +10,17 @@ namespace brantel::simd {
 
 enum class Level : std::int32_t { baseline, avx2, avx512 };
 
-/// The levels this processor can run, lowest first.
-std::vector<Level> supportedLevels();
+constexpr Level allLevels[] = {Level::baseline, Level::avx2, Level::avx512};
 
 /// "baseline" (x86-64), "avx2" or "avx512".
 const char* nameOf(Level level);
 
-/// The level in use: the highest supported one, or a lower one named by the environment variable
-/// BRANTEL_INSTRUCTIONS, or the one a test has forced.
-Level activeLevel();
+/// True when this processor can run the level.
+bool isSupported(Level level);
 
-/// Makes all later calls use a supported level (an unsupported one is ignored). For tests and benchmarks; not
-/// to be called while frames are being stitched.
-void forceLevel(Level level);
+/// The level in use: at first the highest supported one, or a lower one named by the environment variable
+/// BRANTEL_INSTRUCTIONS. Tests and benchmarks set it to other supported ones, while no frame is being stitched.
+std::atomic<Level>& activeLevel();
 
 /// The inner loops of the active level.
 const Kernels& kernels();

@@ -1,9 +1,8 @@
 // The distance transform along a wavefront, compiled once per instruction level.
 //
 // A pixel depends on its left, upper and upper-left neighbours. Sixteen rows advance side by side, each one
-// column behind the row above it, so that all sixteen are independent: lane i of step t is row i, column t -
-// i
-// ("skewed" order). The backward pass meets the same pixels in the same steps, in reverse.
+// column behind the row above it, so that all sixteen are independent: lane i of step t is row i, column
+// t - i ("skewed" order). The backward pass meets the same pixels in the same steps, in reverse.
 #include <hwy/highway.h>
 
 #include "simd/kernels.h"
@@ -21,7 +20,6 @@ using std::uint8_t;
 constexpr int64_t lanes = seamLanes;
 constexpr float sideStep = 0.2F;
 constexpr float diagonalStep = 0.3F;
-constexpr float far = 255.0F;
 
 using Floats = hn::CappedTag<float, seamLanes>;
 using Ints = hn::RebindToSigned<Floats>;
@@ -46,7 +44,7 @@ inline void store(const Wave& wave, float* to) {
 
 inline Wave far16() {
     Wave wave;
-    for (int64_t p = 0; p < parts; ++p) wave.part[p] = hn::Set(Floats(), far);
+    for (int64_t p = 0; p < parts; ++p) wave.part[p] = hn::Set(Floats(), farDistance);
     return wave;
 }
 
@@ -107,9 +105,9 @@ inline Wave relax(const Wave& value, const Wave& side, const Wave& next, const W
     Wave result;
     for (int64_t p = 0; p < parts; ++p) {
         // rounding is monotone, so the smaller neighbour gives the smaller sum
-        const Vector near = hn::Add(hn::Min(side.part[p], next.part[p]), straight);
-        const Vector far = hn::Min(value.part[p], hn::Add(across.part[p], diagonal));
-        result.part[p] = hn::Min(near, far);
+        const Vector beside = hn::Add(hn::Min(side.part[p], next.part[p]), straight);
+        const Vector slanting = hn::Min(value.part[p], hn::Add(across.part[p], diagonal));
+        result.part[p] = hn::Min(beside, slanting);
     }
     return result;
 }
@@ -141,6 +139,7 @@ void chamferForward(const uint8_t* occupied, int64_t cols, int64_t rows, const f
     Wave upperLeft = far16();
     for (int64_t t = 0; t < cols + lanes - 1; ++t) {
         const Wave value = expand(occupied + t * lanes);
+        // The last lane's value leaves for its column, t - lanes: before column 0 that is the row's padding.
         const Wave upper = slide(left, above[t], &bottom[t - lanes]);
         Wave result = relax(value, left, upper, upperLeft);
         if (touchesBorder(t, cols, rows)) result = keepBorder(result, value, t, cols, rows);
@@ -159,6 +158,7 @@ void chamferBackward(int64_t cols, int64_t rows, const float* below, float* dist
     Wave lowerRight = far16();
     for (int64_t t = cols + lanes - 2; t >= 0; --t) {
         const Wave value = load(distances + t * lanes);
+        // Columns before 0 and behind the last one lie in the rows' padding.
         const Wave lower = slide(right, below[t - (lanes - 1)], &top[t + 1]);
         Wave result = relax(value, right, lower, lowerRight);
         if (touchesBorder(t, cols, rows)) result = keepBorder(result, value, t, cols, rows);
@@ -171,9 +171,10 @@ void chamferBackward(int64_t cols, int64_t rows, const float* below, float* dist
     top[0] = last;
 }
 
-void skewedWeights(const float* canvas, const float* frame, const float* rowLimits, const float* columnLimits,
-                   int64_t cols, uint8_t* weights) {
-    const Vector scale = hn::Set(Floats(), far);
+/// 255 * a / (a + b) of every element, b being what distanceOfFrame(step, part) says.
+template <class Distance>
+inline void weigh(const float* canvas, int64_t cols, uint8_t* weights, const Distance& distanceOfFrame) {
+    const Vector scale = hn::Set(Floats(), farDistance);
     const Vector zero = hn::Zero(Floats());
     const Vector one = hn::Set(Floats(), 1.0F);
     const hn::Rebind<uint8_t, Floats> bytes;
@@ -181,17 +182,29 @@ void skewedWeights(const float* canvas, const float* frame, const float* rowLimi
         for (int64_t p = 0; p < parts; ++p) {
             const int64_t at = t * lanes + p * width;
             const Vector a = hn::LoadU(Floats(), canvas + at);
-            // the limits read the same forwards and backwards, so lane i finds column t - i at cols - 1 - t +
-            // i
-            const Vector b = frame != nullptr
-                                 ? hn::LoadU(Floats(), frame + at)
-                                 : hn::Min(hn::LoadU(Floats(), rowLimits + p * width),
-                                           hn::LoadU(Floats(), columnLimits + (cols - 1 - t) + p * width));
-            const Vector total = hn::Add(a, b);
+            const Vector total = hn::Add(a, distanceOfFrame(t, p));
             const Vector divisor = hn::IfThenElse(hn::Eq(total, zero), one, total);  // 0 / 0 counts as 0
             const Vector quotient = hn::Div(hn::Mul(scale, a), divisor);
             hn::StoreU(hn::DemoteTo(bytes, hn::ConvertTo(Ints(), quotient)), bytes, weights + at);
         }
+}
+
+void weightsByDistances(const float* canvas, const float* frame, int64_t cols, uint8_t* weights) {
+    weigh(canvas, cols, weights,
+          [frame](int64_t t, int64_t p) { return hn::LoadU(Floats(), frame + t * lanes + p * width); });
+}
+
+void weightsByLimits(const float* canvas, const float* rowLimits, const float* columnLimits, int64_t cols,
+                     uint8_t* weights) {
+    // Backwards, so that lane i finds the limit of column t - i at cols - 1 - t + i.
+    weigh(canvas, cols, weights, [=](int64_t t, int64_t p) {
+        return hn::Min(hn::LoadU(Floats(), rowLimits + p * width),
+                       hn::LoadU(Floats(), columnLimits + (cols - 1 - t) + p * width));
+    });
+}
+
+void weightsOfCanvas(const float* canvas, int64_t cols, uint8_t* weights) {
+    weigh(canvas, cols, weights, [](int64_t, int64_t) { return hn::Zero(Floats()); });
 }
 
 #if HWY_TARGET == HWY_SCALAR
@@ -236,7 +249,8 @@ void unskewRows(const uint8_t* skewed, int64_t cols, uint8_t* rows, int64_t stri
 }  // namespace
 
 const SeamKernels& seamTable() {
-    static const SeamKernels kernels = {skewRows, unskewRows, chamferForward, chamferBackward, skewedWeights};
+    static const SeamKernels kernels = {skewRows,           unskewRows,      chamferForward, chamferBackward,
+                                        weightsByDistances, weightsByLimits, weightsOfCanvas};
     return kernels;
 }
 

@@ -78,12 +78,18 @@ TEST_F(Dispatch, AFileWithZeroIsNoFile) {
     EXPECT_EQ(lines[0], "use CUDA/CL/CPU");
 }
 
-TEST_F(Dispatch, AForcedCpuThatCannotStartReturnsFalse) {
-    directory.write("stitch.txt", "1");
-    bool ready = true;
-    const Lines lines = captureDebugLines([&] { ready = initJoint(rows, cols, 2, 1, 20000, 20000, 1, 1); });
-    EXPECT_FALSE(ready);
-    EXPECT_EQ(lines, Lines{"use CPU"});
+TEST_F(Dispatch, RefusedGeometrySaysItsOneLineAndNothingElse) {
+    for (const char* contents : {"1", "0"}) {
+        directory.write("stitch.txt", contents);
+        bool ready = true;
+        Lines output;
+        const Lines debug = captureDebugLines([&] {
+            output = captureLines([&] { ready = initJoint(rows, cols, 2, 1, 20000, 20000, 0, 0); });
+        });
+        EXPECT_FALSE(ready);
+        EXPECT_TRUE(debug.empty());
+        EXPECT_EQ(output, Lines{"initJoint refused: rows and columns must be positive, channels 1 or 3"});
+    }
 }
 
 TEST_F(Dispatch, StitchingSaysWhereItGoesAndWhenItFails) {

@@ -54,7 +54,7 @@ class SharedLibrary : public testing::Test {
         return mosaic;
     }
 
-    static std::uint64_t hash(const cv::Mat& mosaic) { return hashOf(mosaic.data, mosaic.total()); }
+    static std::uint64_t hash(const cv::Mat& mosaic) { return hashOf(mosaic); }
 
     ScratchDirectory directory_;
 };

@@ -42,15 +42,6 @@ TEST(Buffer, MoreRoomIsZeroAgain) {
     EXPECT_TRUE(buffer.empty());
 }
 
-TEST(Platform, TheClockNeverGoesBackwards) {
-    double last = platform::seconds();
-    for (int i = 0; i < 1000; ++i) {
-        const double now = platform::seconds();
-        ASSERT_GE(now, last);
-        last = now;
-    }
-}
-
 TEST(Platform, PagesFromTheSystemAreZeroAndWritable) {
     constexpr std::size_t bytes = 1 << 20;
     auto* pages = static_cast<std::uint8_t*>(platform::allocateZeroPages(bytes));

@@ -1,8 +1,8 @@
 // What follows from a density level, and the grey conversion of all backends.
+#include <brantel/brantel.h>
 #include <gtest/gtest.h>
 
 #include "common/grey.h"
-#include "common/stitch_call.h"
 #include "common/tuning.h"
 
 namespace brantel {

@@ -6,14 +6,16 @@
 #include <stdexcept>
 #include <thread>
 
-#include "common/crew.h"
+#include "common/parallel_for.h"
 #include "common/worker_pair.h"
 #include "support/lines.h"
+#include "support/test_log.h"
 
 namespace brantel {
 namespace {
 
 using test::Lines;
+using test::toOutput;
 
 void pause() {
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
@@ -21,52 +23,49 @@ void pause() {
 
 class Workers : public testing::Test {
   protected:
-    WorkerPair pair;
+    WorkerPair pair{toOutput()};
 
-    void SetUp() override {
-        ASSERT_TRUE(pair.model.start(nullptr));
-        ASSERT_TRUE(pair.match.start(nullptr));
-    }
-    void TearDown() override {
-        pair.clearRunFlags();
-        pair.model.join();
-        pair.match.join();
-    }
+    void SetUp() override { ASSERT_TRUE(pair.start()); }
 };
 
-std::atomic<int> starts{0};
-void countStart() {
-    ++starts;
+/// The lines of a worker that is started so many times and does one job.
+Lines linesOfStarts(int starts) {
+    return test::captureLines([&] {
+        Worker worker(toOutput());
+        for (int i = 0; i < starts; ++i) EXPECT_TRUE(worker.start("first"));
+        auto job = [] { toOutput().streamLine("job"); };
+        ASSERT_TRUE(worker.request(Job::of(job)));
+        EXPECT_TRUE(worker.wait());
+        worker.clearRunFlag();
+        EXPECT_TRUE(worker.join());
+        EXPECT_FALSE(worker.join()) << "one thread was there to join";
+    });
 }
 
-TEST(Worker, RunsOnStartOnItsOwnThreadBeforeAnyJob) {
-    starts = 0;
-    Worker worker;
-    ASSERT_TRUE(worker.start(countStart));
-    int seen = -1;
-    auto job = [&] { seen = starts; };
-    ASSERT_TRUE(worker.request(Job::of(job)));
-    EXPECT_TRUE(worker.wait());
-    EXPECT_EQ(seen, 1);
-    worker.clearRunFlag();
-    EXPECT_TRUE(worker.join());
+TEST(Worker, WritesItsFirstLineBeforeAnyJob) {
+    EXPECT_EQ(linesOfStarts(1), (Lines{"first", "job"}));
 }
 
 TEST(Worker, StartingARunningWorkerStartsNoSecondThread) {
-    starts = 0;
-    Worker worker;
-    for (int i = 0; i < 5; ++i) EXPECT_TRUE(worker.start(countStart));
-    auto job = [] {};
-    ASSERT_TRUE(worker.request(Job::of(job)));
-    EXPECT_TRUE(worker.wait());
-    worker.clearRunFlag();
-    EXPECT_TRUE(worker.join());
-    EXPECT_EQ(starts, 1);
-    EXPECT_FALSE(worker.join()) << "one thread was there to join";
+    EXPECT_EQ(linesOfStarts(5), (Lines{"first", "job"}));
+}
+
+TEST(Worker, EndsWithItsObject) {
+    std::atomic<bool> finished{false};
+    auto job = [&] {
+        pause();
+        finished = true;
+    };
+    {
+        Worker worker(toOutput());
+        ASSERT_TRUE(worker.start(nullptr));
+        ASSERT_TRUE(worker.request(Job::of(job)));
+    }
+    EXPECT_TRUE(finished) << "the job in progress is finished first";
 }
 
 TEST(Worker, JoiningTwiceOrWithoutAThreadFails) {
-    Worker worker;
+    Worker worker(toOutput());
     EXPECT_FALSE(worker.join());
     ASSERT_TRUE(worker.start(nullptr));
     worker.clearRunFlag();
@@ -76,7 +75,7 @@ TEST(Worker, JoiningTwiceOrWithoutAThreadFails) {
 
 TEST(Worker, StopsRightAfterItsStart) {
     for (int i = 0; i < 200; ++i) {
-        Worker worker;
+        Worker worker(toOutput());
         ASSERT_TRUE(worker.start(nullptr));
         worker.clearRunFlag();
         ASSERT_TRUE(worker.join());
@@ -84,7 +83,7 @@ TEST(Worker, StopsRightAfterItsStart) {
 }
 
 TEST(Worker, StartsAgainAfterItsEnd) {
-    Worker worker;
+    Worker worker(toOutput());
     for (int i = 0; i < 50; ++i) {
         ASSERT_TRUE(worker.start(nullptr));
         int done = 0;
@@ -98,7 +97,7 @@ TEST(Worker, StartsAgainAfterItsEnd) {
 }
 
 TEST(Worker, FinishesTheJobInProgressBeforeItEnds) {
-    Worker worker;
+    Worker worker(toOutput());
     ASSERT_TRUE(worker.start(nullptr));
     std::atomic<bool> entered{false};
     std::atomic<bool> finished{false};
@@ -117,7 +116,7 @@ TEST(Worker, FinishesTheJobInProgressBeforeItEnds) {
 
 TEST(Worker, TakesNoJobWithoutAThread) {
     auto job = [] {};
-    Worker worker;
+    Worker worker(toOutput());
     EXPECT_FALSE(worker.request(Job::of(job)));
     EXPECT_TRUE(worker.wait()) << "nothing is pending, so nobody waits";
     ASSERT_TRUE(worker.start(nullptr));
@@ -127,7 +126,7 @@ TEST(Worker, TakesNoJobWithoutAThread) {
 }
 
 TEST(Worker, ThatEndsInItsOwnJobIsReplacedByTheNextStart) {
-    Worker worker;
+    Worker worker(toOutput());
     ASSERT_TRUE(worker.start(nullptr));
     auto last = [&] { worker.clearRunFlag(); };
     ASSERT_TRUE(worker.request(Job::of(last)));
@@ -155,7 +154,6 @@ TEST_F(Workers, WhatTheJobsWroteIsVisibleAfterTheWait) {
         ASSERT_EQ(model, round + 1);
         ASSERT_EQ(match, round + 2);
     }
-    EXPECT_FALSE(pair.broke());
 }
 
 TEST_F(Workers, BothJobsRunAtTheSameTime) {
@@ -177,10 +175,8 @@ TEST_F(Workers, AnExceptionFailsTheWaitAndLeavesTheWorkerServing) {
                               : pair.runBoth(Job::of(good), Job::of(bad));
         });
         EXPECT_FALSE(said.result);
-        EXPECT_TRUE(pair.broke());
         EXPECT_EQ(said.lines, Lines{"worker job failed: no luck"});
         EXPECT_TRUE(pair.runBoth(Job::of(good), Job::of(good))) << "the failure is not carried over";
-        EXPECT_FALSE(pair.broke());
     }
 }
 
@@ -198,37 +194,47 @@ TEST_F(Workers, WithoutOneOfThemNothingBegins) {
     bool ran = false;
     auto job = [&] { ran = true; };
     EXPECT_FALSE(pair.runBoth(Job::of(job), Job::of(job)));
-    EXPECT_TRUE(pair.broke());
     ASSERT_TRUE(pair.match.start(nullptr));
     pair.model.clearRunFlag();
     pair.model.join();
     EXPECT_FALSE(pair.runBoth(Job::of(job), Job::of(job)));
-    EXPECT_TRUE(pair.broke());
     EXPECT_FALSE(ran);
+}
+
+TEST_F(Workers, AreReportedUnderTheirNamesWhenTheyEnd) {
+    EXPECT_EQ(test::captureLines([&] { pair.join("one", "two"); }),
+              (Lines{"pthread_join one success", "pthread_join two success"}));
+    EXPECT_EQ(test::captureLines([&] { pair.join("one", "two"); }),
+              (Lines{"pthread_join one failed", "pthread_join two failed"}));
+    auto job = [] {};
+    EXPECT_FALSE(pair.runBoth(Job::of(job), Job::of(job)));
+    EXPECT_FALSE(pair.runAlone(Job::of(job)));
+    EXPECT_TRUE(pair.start());
+    EXPECT_TRUE(pair.runAlone(Job::of(job)));
 }
 
 TEST_F(Workers, ShareALoopWithoutLeavingOutOrRepeatingAnIndex) {
     for (const std::int64_t count : {0, 1, 7, 64, 1000})
         for (const std::int64_t grain : {1, 8, 5000}) {
             std::vector<std::atomic<int>> visits(static_cast<std::size_t>(count));
-            std::atomic<bool> handInRange{true};
-            shareLoop(&pair, count, grain, [&](std::int64_t first, std::int64_t last, std::int32_t hand) {
-                if (hand < 0 || hand >= crewSize || last - first > grain) handInRange = false;
+            std::atomic<bool> threadInRange{true};
+            parallelFor(&pair, count, grain, [&](std::int64_t first, std::int64_t last, std::int32_t thread) {
+                if (thread < 0 || thread >= loopThreads || last - first > grain) threadInRange = false;
                 for (std::int64_t i = first; i < last; ++i) ++visits[static_cast<std::size_t>(i)];
             });
-            EXPECT_TRUE(handInRange);
+            EXPECT_TRUE(threadInRange);
             for (const auto& visit : visits) ASSERT_EQ(visit, 1);
         }
 }
 
-TEST(ShareLoop, RunsOnTheCallerWithoutWorkers) {
+TEST(ParallelFor, RunsOnTheCallerWithoutWorkers) {
     std::vector<int> visits(100);
     const auto visit = [&](std::int64_t first, std::int64_t last, std::int32_t) {
         for (std::int64_t i = first; i < last; ++i) ++visits[static_cast<std::size_t>(i)];
     };
-    shareLoop(nullptr, 100, 3, visit);
-    WorkerPair stopped;
-    shareLoop(&stopped, 100, 3, visit);
+    parallelFor(nullptr, 100, 3, visit);
+    WorkerPair stopped(toOutput());
+    parallelFor(&stopped, 100, 3, visit);
     EXPECT_EQ(visits, std::vector<int>(100, 2));
 }
 

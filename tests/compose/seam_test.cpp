@@ -1,70 +1,82 @@
-// The fast seam leaves the same bytes as masks, distances, weights and fusion one after the other.
-#include <gtest/gtest.h>
+// Blending in place, block by block and with idle workers, leaves the bytes of masks, distances, weights and fusion of whole
+// images.
+#include "compose/seam.h"
 
 #include <algorithm>
-#include <cstring>
 
-#include "compose/seam.h"
-#include "compose/weights.h"
-#include "cpu/image_ops.h"
-#include "support/guarded_buffer.h"
-#include "support/levels.h"
-#include "support/picture.h"
+#include "reference/image_ops.h"
+#include "reference/weights.h"
+#include "support/at_level.h"
+#include "support/idle_workers.h"
+#include "support/rows.h"
 
-namespace brantel {
+namespace brantel::test {
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
+using Spans = std::vector<ColumnSpan>;
 
-/// Content with empty rectangles and single empty pixels.
-Bytes image(const FrameSize& size, std::int32_t rectangles, std::int32_t pixels, std::uint64_t seed) {
-    Bytes samples = test::randomBytes(size.bytes(), seed);
-    for (std::uint8_t& sample : samples) sample = std::max<std::uint8_t>(sample, 2);
-    test::Random random(seed + 1);
-    const auto empty = [&](std::int32_t r, std::int32_t c) {
-        std::fill_n(samples.begin() + (std::int64_t{r} * size.cols + c) * size.channels, size.channels,
-                    std::uint8_t{0});
-    };
-    for (std::int32_t i = 0; i < rectangles; ++i) {
-        const std::int32_t r0 = random.between(-size.rows / 2, size.rows - 1);
-        const std::int32_t c0 = random.between(-size.cols / 2, size.cols - 1);
-        const std::int32_t r1 = r0 + random.between(1, size.rows);
-        const std::int32_t c1 = c0 + random.between(1, size.cols);
-        for (std::int32_t r = std::max(0, r0); r < std::min(size.rows, r1); ++r)
-            for (std::int32_t c = std::max(0, c0); c < std::min(size.cols, c1); ++c) empty(r, c);
-    }
-    for (std::int32_t i = 0; i < pixels; ++i)
-        empty(random.between(0, size.rows - 1), random.between(0, size.cols - 1));
-    return samples;
+/// A random rectangle of the image becomes 0.
+void cutHole(Bytes& image, const ImageDesc& size, Random& random) {
+    const std::int32_t top = random.between(0, size.rows - 1);
+    const std::int32_t left = random.between(0, size.cols - 1);
+    const std::int32_t bottom = random.between(top, size.rows - 1);
+    const std::int32_t right = random.between(left, size.cols - 1);
+    for (std::int32_t r = top; r <= bottom; ++r)
+        std::fill_n(image.begin() + (std::int64_t{r} * size.cols + left) * size.channels,
+                    (right - left + 1) * size.channels, std::uint8_t{0});
 }
 
-Bytes greyOfImage(const Bytes& samples, const FrameSize& size) {
-    if (size.channels == 1) return samples;
-    Bytes grey(static_cast<std::size_t>(size.pixels()));
-    rgb2gray(samples.data(), size.rows, size.cols, grey.data());
+void scatterZeros(Bytes& image, const ImageDesc& size, std::int32_t count, Random& random) {
+    const auto last = static_cast<std::int32_t>(size.pixels()) - 1;
+    for (std::int32_t i = 0; i < count; ++i)
+        std::fill_n(image.begin() + std::int64_t{random.between(0, last)} * size.channels, size.channels,
+                    std::uint8_t{0});
+}
+
+Bytes fullImage(const ImageDesc& size, Random& random) {
+    Bytes image = randomBytes(size.bytes(), random.next());
+    for (std::uint8_t& sample : image) sample = std::max<std::uint8_t>(sample, 2);
+    return image;
+}
+
+/// Empty, full, or full but for holes, an edge or single pixels.
+Bytes someImage(const ImageDesc& size, std::int32_t kind, Random& random) {
+    Bytes image = fullImage(size, random);
+    switch (kind) {
+        case 0:
+            return Bytes(image.size(), 0);
+        case 1:
+            for (std::int32_t i = random.between(1, 3); i > 0; --i) cutHole(image, size, random);
+            break;
+        case 2:
+            scatterZeros(image, size, random.between(1, 4), random);
+            break;
+        case 3:  // the rest of a neighbouring frame: content on one side only
+            for (std::int64_t i = size.bytes() / 3 * 2; i < size.bytes(); ++i) image[i] = 0;
+            break;
+        case 4:
+            return randomBytes(size.bytes(), random.next());
+        default:
+            break;
+    }
+    return image;
+}
+
+Bytes greyImage(const Bytes& image, const ImageDesc& size) {
+    if (size.channels == 1) return image;
+    Bytes grey(size.pixels());
+    reference::rgb2gray(toOutput(), image.data(), size.rows, size.cols, grey.data());
     return grey;
 }
 
-Bytes stepByStep(const Bytes& cut, const Bytes& frame, const FrameSize& size) {
-    std::vector<float> a(static_cast<std::size_t>(size.pixels()));
-    std::vector<float> b(a.size());
-    Bytes weights(a.size());
-    Bytes blended = frame;
-    weightMask(cut.data(), frame.data(), size.rows, size.cols, size.channels, a.data(), b.data(),
-               weights.data());
-    fuseImages(cut.data(), weights.data(), size.pixels(), size.channels, blended.data());
-    return blended;
-}
-
-using Spans = std::vector<ColumnSpan>;
-
-/// For each row the columns outside of which a picture is black, as a canvas knows them on which the picture
-/// begins at a column.
-Spans paintedSpans(const Bytes& cut, const FrameSize& size, std::int32_t firstColumn) {
+/// For each row the columns outside of which a picture is black, as a canvas knows them on which the picture begins at a
+/// column.
+Spans paintedSpans(const Bytes& picture, const ImageDesc& size, std::int32_t firstColumn) {
     Spans spans(static_cast<std::size_t>(size.rows));
     for (std::int32_t r = 0; r < size.rows; ++r)
         for (std::int32_t c = 0; c < size.cols; ++c) {
-            const auto at = cut.begin() + (std::int64_t{r} * size.cols + c) * size.channels;
+            const auto at = picture.begin() + (std::int64_t{r} * size.cols + c) * size.channels;
             if (std::count(at, at + size.channels, 0) == size.channels) continue;
             ColumnSpan& span = spans[static_cast<std::size_t>(r)];
             span = united(span, {firstColumn + c, firstColumn + c + 1});
@@ -72,122 +84,168 @@ Spans paintedSpans(const Bytes& cut, const FrameSize& size, std::int32_t firstCo
     return spans;
 }
 
-/// Blends into a window of a canvas that ends at a guard page, and looks at everything around it.
-void expectSameSeam(const Bytes& cut, const Bytes& frame, const FrameSize& size, SeamScratch& scratch,
-                    WorkerPair* workers, const Spans& painted, std::int32_t firstColumn) {
-    const std::int64_t margin = 3;
-    const std::int64_t stride = (size.cols + 2 * margin) * size.channels;
-    const std::int64_t line = std::int64_t{size.cols} * size.channels;
-    const std::int64_t before = margin * size.channels;
-    test::GuardedBuffer<std::uint8_t> canvas(
-        static_cast<std::size_t>(stride * (size.rows - 1) + before + line));
-    std::fill(canvas.begin(), canvas.end(), 0xEE);
-    std::uint8_t* window = canvas.data() + before;
-    for (std::int64_t r = 0; r < size.rows; ++r)
-        std::memcpy(window + r * stride, cut.data() + r * line, line);
-
-    const Bytes grey = greyOfImage(frame, size);
-    const auto guardedFrame = test::GuardedBuffer<std::uint8_t>::copyOf(frame);
-    const auto guardedGrey = test::GuardedBuffer<std::uint8_t>::copyOf(grey);
-    test::GuardedBuffer<std::uint8_t> blendedGrey(grey.size());
-    const SeamFrame seamFrame(guardedFrame->data(), guardedGrey->data(), size);
-    EXPECT_EQ(seamFrame.isFull, std::count(grey.begin(), grey.end(), 0) == 0);
-    scratch.ensure(size, seamFrame.isFull);
-    blendSeam({window, stride, painted.data(), firstColumn}, seamFrame, size, scratch, blendedGrey.data(),
-              workers);
-
-    const Bytes expected = stepByStep(cut, frame, size);
-    for (std::int64_t r = 0; r < size.rows; ++r)
-        ASSERT_EQ(std::memcmp(window + r * stride, expected.data() + r * line, line), 0) << "row " << r;
-    const Bytes expectedGrey = greyOfImage(expected, size);
-    ASSERT_TRUE(std::equal(expectedGrey.begin(), expectedGrey.end(), blendedGrey.begin()));
-    for (std::int64_t i = 0; i < static_cast<std::int64_t>(canvas.size()); ++i) {
-        const std::int64_t column = i % stride;
-        if (column < before || column >= before + line) {
-            ASSERT_EQ(canvas[static_cast<std::size_t>(i)], 0xEE) << "beside the window";
-        }
-    }
-    EXPECT_TRUE(canvas.intact() && blendedGrey.intact() && guardedFrame->intact() && guardedGrey->intact());
-}
-
-/// The canvas may be known to be painted within some region, or nothing may be known about it.
-void expectSameSeam(const Bytes& cut, const Bytes& frame, const FrameSize& size, SeamScratch& scratch,
-                    WorkerPair* workers) {
-    const Spans anywhere(static_cast<std::size_t>(size.rows), {0, 10000});
-    expectSameSeam(cut, frame, size, scratch, workers, anywhere, 5000);
-    expectSameSeam(cut, frame, size, scratch, workers, paintedSpans(cut, size, 300), 300);
-}
-
-constexpr FrameSize sizes[] = {{1, 1, 1},    {1, 1, 3},    {2, 2, 1},     {3, 3, 3},
-                               {1, 70, 1},   {70, 1, 3},   {5, 90, 1},    {90, 5, 3},
-                               {16, 16, 1},  {17, 33, 3},  {64, 64, 1},   {65, 63, 3},
-                               {33, 130, 1}, {100, 71, 3}, {131, 129, 1}, {48, 257, 1}};
-
-class Seam : public testing::Test {
+class Blending : public AtLevel {
   protected:
-    WorkerPair workers;
-    SeamScratch scratch;  // kept over all sizes, as a session keeps it
+    /// With nothing known about the canvas, and with it known where it is painted. Between the window's rows lie slack
+    /// bytes that must stay.
+    void expectBlend(const ImageDesc& size, const Bytes& canvas, const Bytes& frame, std::int64_t slack,
+                     bool help) {
+        Bytes expected = frame;
+        std::vector<float> maskA(size.pixels());
+        std::vector<float> maskB(size.pixels());
+        Bytes weights(size.pixels());
+        reference::weightMask(toOutput(), canvas.data(), frame.data(), size.rows, size.cols, size.channels,
+                              maskA.data(), maskB.data(), weights.data());
+        reference::fuseImages(canvas.data(), weights.data(), size.pixels(), size.channels, expected.data());
+        WorkerPair* workers = help ? workers_.pair() : nullptr;
+        blend(size, canvas, frame, expected, slack, Spans(size.rows, {0, 10000}), 5000, workers);
+        blend(size, canvas, frame, expected, slack, paintedSpans(canvas, size, 300), 300, workers);
+    }
 
-    void SetUp() override {
-        ASSERT_TRUE(workers.model.start(nullptr));
-        ASSERT_TRUE(workers.match.start(nullptr));
+  private:
+    void blend(const ImageDesc& size, const Bytes& canvas, const Bytes& frame, const Bytes& expected,
+               std::int64_t slack, const Spans& painted, std::int32_t firstColumn, WorkerPair* workers) {
+        const Place& place = places[static_cast<std::size_t>(slack + size.cols) % 6];
+        const std::int64_t rowBytes = std::int64_t{size.cols} * size.channels;
+        const std::int64_t stride = rowBytes + slack;
+        Bytes wide((size.rows - 1) * stride + rowBytes, 0x5A);
+        const auto fill = [&](const Bytes& picture) {
+            for (std::int64_t r = 0; r < size.rows; ++r)
+                std::copy_n(picture.begin() + r * rowBytes, rowBytes, wide.begin() + r * stride);
+        };
+        fill(canvas);
+        const Bytes frameGrey = greyImage(frame, size);
+        const auto window = placed(wide, place);
+        const auto samples = placed(frame, place);
+        const auto grey = placed(frameGrey, place);
+        GuardedBuffer<std::uint8_t> blendedGrey(size.pixels(), place.guard, place.off);
+
+        const SeamFrame seamFrame(samples->data(), grey->data(), size);
+        EXPECT_EQ(seamFrame.isFull, std::count(frameGrey.begin(), frameGrey.end(), 0) == 0);
+        scratch_.ensure(size, seamFrame.isFull, arena_);
+        blendSeam({window->data(), stride, painted.data(), firstColumn}, seamFrame, size, scratch_,
+                  blendedGrey.data(), workers);
+
+        fill(expected);
+        EXPECT_TRUE(valuesOf(*window) == wide) << firstDifference(*window, wide, stride);
+        EXPECT_TRUE(valuesOf(blendedGrey) == greyImage(expected, size));
+        EXPECT_TRUE(window->intact() && blendedGrey.intact());
+        EXPECT_TRUE(valuesOf(*samples) == frame && valuesOf(*grey) == frameGrey);
     }
-    void TearDown() override {
-        workers.clearRunFlags();
-        workers.model.join();
-        workers.match.join();
+
+    static testing::Message firstDifference(GuardedBuffer<std::uint8_t>& found, const Bytes& expected,
+                                            std::int64_t stride) {
+        for (std::size_t i = 0; i < expected.size(); ++i)
+            if (found[i] != expected[i])
+                return testing::Message() << "row " << i / stride << ", byte " << i % stride << ": "
+                                          << int{found[i]} << " for " << int{expected[i]};
+        return {};
     }
+
+    SeamScratch scratch_;  // kept from frame to frame, with whatever the last one left
+    Arena<Buffer<float>> arena_;
+    IdleWorkers workers_;
 };
 
-TEST_F(Seam, FullFramesOverPatchyCanvases) {
-    test::atEveryLevel([&] {
-        for (const FrameSize& size : sizes)
-            for (std::int32_t patches = 0; patches < 4; ++patches)
-                expectSameSeam(image(size, patches, 0, 7U + patches), image(size, 0, 0, 99), size, scratch,
-                               patches % 2 == 0 ? &workers : nullptr);
-    });
-}
-
-TEST_F(Seam, FramesWithEmptyPixels) {
-    test::atEveryLevel([&] {
-        for (const FrameSize& size : sizes)
-            for (std::int32_t patches = 0; patches < 3; ++patches)
-                expectSameSeam(image(size, 2, 5, 3U + patches), image(size, patches, 1 + 9 * patches, 55),
-                               size, scratch, &workers);
-    });
-}
-
-TEST_F(Seam, EmptyCanvasesAndEmptyFrames) {
-    test::atEveryLevel([&] {
-        for (const FrameSize& size : sizes) {
-            const Bytes empty(static_cast<std::size_t>(size.bytes()), 0);
-            const Bytes full = image(size, 0, 0, 4);
-            expectSameSeam(empty, full, size, scratch, &workers);
-            expectSameSeam(full, empty, size, scratch, &workers);
-            expectSameSeam(empty, empty, size, scratch, nullptr);
+TEST_P(Blending, OfSmallWindowsOfAllShapes) {
+    Random random(21);
+    for (std::int32_t rows = 1; rows <= 70; ++rows)
+        for (std::int32_t i = 0; i < 24; ++i) {
+            const ImageDesc size{0, i % 2 == 0 ? 3 : 1, rows, i < 4 ? i + 1 : random.between(1, 90)};
+            const std::int32_t canvasKind = random.between(0, 5);
+            const std::int32_t frameKind = random.between(0, 5);
+            SCOPED_TRACE(testing::Message() << size.rows << " x " << size.cols << " x " << size.channels
+                                            << ", canvas " << canvasKind << ", frame " << frameKind);
+            const Bytes canvas = someImage(size, canvasKind, random);
+            const Bytes frame = someImage(size, frameKind, random);
+            expectBlend(size, canvas, frame, random.between(0, 40), i % 8 == 7);
+            if (HasFailure()) return;
         }
-    });
 }
 
-TEST_F(Seam, TheUsualOverlapsOfALargerFrame) {
-    test::atEveryLevel([&] {
-        for (const std::int32_t channels : {1, 3})
-            for (const auto& [dx, dy] :
-                 {std::pair{90, 0}, std::pair{-90, 20}, std::pair{0, -75}, std::pair{40, 66}}) {
-                const FrameSize size{211, 303, channels};
-                Bytes cut = image(size, 0, 0, 8);
-                for (std::int32_t r = 0; r < size.rows; ++r)
-                    for (std::int32_t c = 0; c < size.cols; ++c) {
-                        const bool covered =
-                            r + dy >= 0 && r + dy < size.rows && c + dx >= 0 && c + dx < size.cols;
-                        if (!covered)
-                            std::fill_n(cut.begin() + (std::int64_t{r} * size.cols + c) * channels, channels,
-                                        std::uint8_t{0});
-                    }
-                expectSameSeam(cut, image(size, 0, 0, 12), size, scratch, &workers);
+TEST_P(Blending, OfFramesWithEmptyRowsOverAnyCanvas) {
+    Random random(22);
+    for (const std::int32_t channels : {1, 3})
+        for (const std::int32_t empty : {1, 14, 15, 16, 17, 18, 31, 32, 33, 34, 50}) {
+            const ImageDesc size{0, channels, 70, 83};
+            for (const std::int32_t start : {0, 1, 2, 15, 16, 17, 20}) {
+                Bytes frame = fullImage(size, random);
+                std::fill_n(frame.begin() + start * size.cols * channels, empty * size.cols * channels,
+                            std::uint8_t{0});
+                for (const std::int32_t canvasKind : {0, 1, 2, 3, 5}) {
+                    SCOPED_TRACE(testing::Message() << channels << " channels, rows " << start << " to "
+                                                    << start + empty << ", canvas " << canvasKind);
+                    expectBlend(size, someImage(size, canvasKind, random), frame, 5, false);
+                }
+                if (HasFailure()) return;
             }
-    });
+        }
 }
+
+TEST_P(Blending, WithTheWorkersHelp) {
+    Random random(23);
+    for (const std::int32_t rows : {1, 3, 33, 100, 161})
+        for (const std::int32_t channels : {1, 3})
+            for (std::int32_t kinds = 0; kinds < 36; kinds += 5) {
+                const ImageDesc size{0, channels, rows, random.between(1, 260)};
+                SCOPED_TRACE(testing::Message()
+                             << rows << " x " << size.cols << " x " << channels << ", kinds " << kinds);
+                const Bytes canvas = someImage(size, kinds / 6, random);
+                const Bytes frame = someImage(size, kinds % 6, random);
+                expectBlend(size, canvas, frame, 3 * kinds, true);
+                if (HasFailure()) return;
+            }
+}
+
+TEST_P(Blending, OfTheUsualOverlapsOfALargerFrame) {
+    Random random(27);
+    for (const std::int32_t channels : {1, 3})
+        for (const auto& [dx, dy] : {std::pair{90, 0}, {-90, 20}, {0, -75}, {40, 66}}) {
+            const ImageDesc size{0, channels, 211, 303};
+            Bytes canvas = fullImage(size, random);
+            for (std::int32_t r = 0; r < size.rows; ++r)
+                for (std::int32_t c = 0; c < size.cols; ++c) {
+                    const bool covered =
+                        r + dy >= 0 && r + dy < size.rows && c + dx >= 0 && c + dx < size.cols;
+                    if (!covered)
+                        std::fill_n(canvas.begin() + (std::int64_t{r} * size.cols + c) * channels, channels,
+                                    std::uint8_t{0});
+                }
+            expectBlend(size, canvas, fullImage(size, random), 6, true);
+        }
+}
+
+TEST_P(Blending, OfWindowsWithWorkForAllThreadsAtOnce) {
+    Random random(26);
+    const ImageDesc size{0, 1, 1000, 900};
+    const Bytes canvas = someImage(size, 2, random);
+    for (int i = 0; i < 2; ++i) expectBlend(size, canvas, fullImage(size, random), 0, true);
+}
+
+TEST_P(Blending, OfWindowsSoLargeThatDistancesAreCutOff) {
+    Random random(24);
+    const ImageDesc size{0, 1, 1400, 61};  // 0.2 a row: 255 is 1275 rows away
+    for (const std::int32_t frameKind : {2, 3, 5}) {
+        Bytes canvas = fullImage(size, random);
+        canvas[1380 * size.cols + 30] = 0;
+        expectBlend(size, canvas, someImage(size, frameKind, random), 0, true);
+    }
+    const ImageDesc wide{0, 3, 40, 1400};
+    for (const std::int32_t frameKind : {0, 1, 5})
+        expectBlend(wide, someImage(wide, 2, random), someImage(wide, frameKind, random), 9, false);
+}
+
+TEST_P(Blending, AFullFrameHasTheDistancesToItsEdge) {
+    Random random(25);
+    for (const auto& [rows, cols] : {std::pair{2700, 2600}, {20, 2700}}) {
+        const ImageDesc size{0, 1, rows, cols};
+        Bytes canvas = fullImage(size, random);
+        scatterZeros(canvas, size, 3, random);
+        expectBlend(size, canvas, fullImage(size, random), 0, false);
+    }
+}
+
+BRANTEL_AT_EVERY_LEVEL(Blending);
 
 }  // namespace
-}  // namespace brantel
+}  // namespace brantel::test

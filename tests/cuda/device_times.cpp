@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <functional>
 
+#include "api/process_log.h"
 #include "cuda/state.h"
 #include "support/camera_path.h"
 #include "support/output_capture.h"
@@ -63,24 +64,27 @@ double perCall(const SessionOptions& options, const Picture& picture) {
     return median(times);
 }
 
-void printStages(const SessionOptions& options, const Picture& picture) {
+void printStages(const Picture& picture, std::int32_t rows, std::int32_t cols) {
     captureOutput([&] {
-        Session session(options);
-        Frame first = picture.window(0, 0, options.rows, options.cols);
-        const Frame second = picture.window(options.cols / 4, 8, options.rows, options.cols);
-        session.start(first, second);
-        CudaBackend& cuda = cudaBackend();
-        const CudaJob job{{0, channels, options.rows, options.cols}, {}, cuda.tuning};
+        CudaEngine engine(processLogSink());
+        if (!engine.initJoint({rows, cols, channels, 1, 20000, 20000}, {1, 0})) return;
+        Frame first = picture.window(0, 0, rows, cols);
+        Frame second = picture.window(cols / 4, 8, rows, cols);
+        engine.stichingImagedJoint(
+            {first.data(), second.data(), 0, 1, {}, nullptr, nullptr, nullptr, nullptr});
         const double upload =
-            medianOf([&] { toDevice(cuda.match.frame, second.data(), cuda.frame.bytes()); });
+            medianOf([&] { toDevice(engine.currentSide.frame, second.data(), engine.frame.bytes()); });
         const double features = medianOf([&] {
-            cuda.match.features.corners.clear();
-            runFeatureJob(cuda.match, job);
+            engine.currentSide.features.corners.clear();
+            engine.describeSide(engine.currentSide);
         });
-        const double motion = medianOf([&] { judgeByMotion(cuda, cuda.model.frame); });
+        const double motion = medianOf([&] {
+            std::int64_t measure = 0;
+            engine.measureMotion(&measure);
+        });
         const double weights = medianOf([&] {
-            seamBlend(cuda, cuda.model.frame.data(), cuda.match.frame.data(), options.rows, options.cols,
-                      channels, cuda.weights.data());
+            engine.seamBlend(engine.previousSide.frame.data(), engine.currentSide.frame.data(), rows, cols,
+                             channels, engine.weights.data());
             cudaDeviceSynchronize();
         });
         std::fprintf(stderr, "  frame to the device  %8.3f\n  features of one side %8.3f\n", upload,
@@ -103,6 +107,6 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "%d x %d x %d, milliseconds:\n", cols, rows, channels);
     std::fprintf(stderr, "  call, processor      %8.3f\n", perCall(optionsFor(rows, cols, true), picture));
     std::fprintf(stderr, "  call, CUDA           %8.3f\n", perCall(optionsFor(rows, cols, false), picture));
-    printStages(optionsFor(rows, cols, false), picture);
+    printStages(picture, rows, cols);
     return 0;
 }

@@ -4,7 +4,7 @@
 #include <map>
 #include <new>
 
-#include "cuda/backend.h"
+#include "api/process_log.h"
 #include "cuda/emulated_cuda.h"
 #include "cuda/state.h"
 #include "faults/fault_injection.h"
@@ -28,34 +28,40 @@ class CudaFaults : public testing::Test {
   protected:
     void SetUp() override { emulated_cuda::reset(); }
     void TearDown() override {
-        captureOutput(uinitJointCuda);
+        tearDown();
         EXPECT_EQ(emulated_cuda::violations(), Lines{});
         EXPECT_EQ(emulated_cuda::liveBlocks(), 0U);
     }
-    static std::int32_t stitch() {
+    void tearDown() {
+        captureOutput([&] { engine.uinitJoint(); });
+    }
+    std::int32_t stitch() {
         Frame frame(rows * cols * 3, 100);
         std::int32_t result = 0;
         captureOutput([&] {
-            result = stichingImagedJointCuda(
+            result = engine.stichingImagedJoint(
                 {frame.data(), frame.data(), 0, 1, {}, nullptr, nullptr, nullptr, nullptr});
         });
         return result;
     }
-};
+    /// What the initialisation writes while the number-th thread cannot be created.
+    Lines linesWithoutThread(int number) {
+        return captureLines([&] {
+            const FailingThread fault(number);
+            EXPECT_FALSE(engine.initJoint(setup, {}));
+        });
+    }
+    template <class Prepare, class Step>
+    std::map<std::string, int> linesOfEachFault(Prepare&& prepare, Step&& step);
 
-/// What initJointCuda writes while the number-th thread cannot be created.
-Lines linesWithoutThread(int number) {
-    return captureLines([&] {
-        const FailingThread fault(number);
-        EXPECT_FALSE(initJointCuda(setup));
-    });
-}
+    CudaEngine engine{processLogSink()};
+};
 
 TEST_F(CudaFaults, WithoutTheFirstThreadInitialisationSaysSo) {
     EXPECT_EQ(linesWithoutThread(1), (Lines{memoryLine, "ALG_template_model_init_process_pthread faled"}));
     EXPECT_TRUE(emulated_cuda::allocations().empty());
     EXPECT_EQ(stitch(), -1);
-    EXPECT_EQ(captureLines([] { EXPECT_TRUE(uinitJointCuda()); }),
+    EXPECT_EQ(captureLines([&] { EXPECT_TRUE(engine.uinitJoint()); }),
               (Lines{"pthread_join cuda_one_pid failed", "pthread_join cuda_two_pid failed"}));
 }
 
@@ -63,15 +69,15 @@ TEST_F(CudaFaults, WithoutTheSecondThreadTheFirstIsLeftRunning) {
     EXPECT_EQ(linesWithoutThread(2), (Lines{memoryLine, "ALG_search_match_init_process_pthread faled"}));
     EXPECT_TRUE(emulated_cuda::allocations().empty());
     EXPECT_EQ(stitch(), -1);
-    EXPECT_EQ(captureLines([] { EXPECT_TRUE(uinitJointCuda()); }),
+    EXPECT_EQ(captureLines([&] { EXPECT_TRUE(engine.uinitJoint()); }),
               (Lines{"pthread_join cuda_one_pid success", "pthread_join cuda_two_pid failed"}));
 }
 
 TEST_F(CudaFaults, AfterAThreadWasRefusedTheNextInitialisationWorks) {
     for (const int number : {1, 2}) {
         linesWithoutThread(number);
-        EXPECT_EQ(captureLines([] { EXPECT_TRUE(initJointCuda(setup)); }), Lines{memoryLine});
-        EXPECT_EQ(captureLines([] { uinitJointCuda(); }),
+        EXPECT_EQ(captureLines([&] { EXPECT_TRUE(engine.initJoint(setup, {})); }), Lines{memoryLine});
+        EXPECT_EQ(captureLines([&] { engine.uinitJoint(); }),
                   (Lines{"pthread_join cuda_one_pid success", "pthread_join cuda_two_pid success"}));
     }
 }
@@ -79,7 +85,7 @@ TEST_F(CudaFaults, AfterAThreadWasRefusedTheNextInitialisationWorks) {
 /// Lets every allocation of a step on the host fail in turn and counts the lines that this brings about, each
 /// case as one string. Those of the emulated device are among them: what they throw is not the backend's.
 template <class Prepare, class Step>
-std::map<std::string, int> linesOfEachFault(Prepare&& prepare, Step&& step) {
+std::map<std::string, int> CudaFaults::linesOfEachFault(Prepare&& prepare, Step&& step) {
     std::map<std::string, int> counts;
     for (std::int64_t number = 1; number < 2000; ++number) {
         prepare();
@@ -99,7 +105,7 @@ std::map<std::string, int> linesOfEachFault(Prepare&& prepare, Step&& step) {
         std::string all;
         for (const std::string& line : lines) all += line + "\n";
         if (!threw) ++counts[all];
-        captureOutput(uinitJointCuda);
+        tearDown();
     }
     return counts;
 }
@@ -108,7 +114,7 @@ TEST_F(CudaFaults, HostArraysThatCannotBeAllocatedEndTheInitialisation) {
     bool ready = true;
     const auto counts = linesOfEachFault([] { emulated_cuda::reset(); },
                                          [&] {
-                                             ready = initJointCuda(setup);
+                                             ready = engine.initJoint(setup, {});
                                              EXPECT_EQ(ready, !FailingAllocation::struck());
                                          });
     EXPECT_EQ(counts, (std::map<std::string, int>{{memoryLine + "\nnew DescribleSymbol failed\n", 2},
@@ -119,12 +125,12 @@ TEST_F(CudaFaults, HostArraysThatCannotBeAllocatedEndTheInitialisation) {
 TEST_F(CudaFaults, ScratchImagesThatCannotBeAllocatedEndTheFrame) {
     Frame frame(rows * cols * 3, 100);
     const auto counts = linesOfEachFault(
-        [] {
+        [&] {
             emulated_cuda::reset();
-            captureOutput([] { ASSERT_TRUE(initJointCuda(setup)); });
+            captureOutput([&] { ASSERT_TRUE(engine.initJoint(setup, {})); });
         },
         [&] {
-            stichingImagedJointCuda(
+            engine.stichingImagedJoint(
                 {frame.data(), frame.data(), 0, 1, {}, nullptr, nullptr, nullptr, nullptr});
         });
     for (const char* line : {"new resiz_One failed", "new resiz_Two failed"})

@@ -6,14 +6,13 @@
 #include <limits>
 
 #include "common/grey.h"
-#include "cpu/detection.h"
-#include "cuda/backend.h"
 #include "cuda/emulated_cuda.h"
 #include "cuda/state.h"
-#include "cuda/zero_sum.h"
-#include "registration/filters.h"
+#include "gpu/zero_sum.h"
+#include "registration/detection.h"
 #include "support/output_capture.h"
 #include "support/picture.h"
+#include "support/test_log.h"
 
 namespace brantel::test {
 namespace {
@@ -26,25 +25,31 @@ class CudaFeatures : public testing::Test {
   protected:
     void TearDown() override {
         EXPECT_EQ(emulated_cuda::violations(), Lines{});
-        captureOutput(uinitJointCuda);
+        tearDown();
+    }
+    void tearDown() {
+        captureOutput([&] { engine.uinitJoint(); });
     }
 
-    /// Brings the backend up for a picture and hands it to the model's side.
+    /// Brings the backend up for a picture and hands it to the previous frame's side.
     void load(const Picture& picture) {
         emulated_cuda::reset();
         captureOutput([&] {
-            ASSERT_TRUE(initJointCuda({picture.rows, picture.cols, picture.channels, 1, 20000, 20000}));
+            ASSERT_TRUE(
+                engine.initJoint({picture.rows, picture.cols, picture.channels, 1, 20000, 20000}, {}));
         });
-        toDevice(side().frame, picture.pixels.data(), cudaBackend().frame.bytes());
+        toDevice(side().frame, picture.pixels.data(), engine.frame.bytes());
         emulated_cuda::reset();
     }
-    static CudaSide& side() { return cudaBackend().model; }
+    CudaSide& side() { return engine.previousSide; }
     void expectTheProcessorsCorners(std::int32_t cols);
-    static Lines run(const Picture& picture, ExpectedShift expected = {}) {
-        const CudaJob job{{0, picture.channels, picture.rows, picture.cols}, expected, cudaBackend().tuning};
+    Lines run(ExpectedShift expected = {}) {
+        engine.expected = expected;
         side().features.corners.clear();
-        return captureLines([&] { runFeatureJob(side(), job); });
+        return captureLines([&] { engine.describeSide(side()); });
     }
+
+    CudaEngine engine{processLogSink()};
 };
 
 unsigned blocks(std::int32_t count) {
@@ -71,7 +76,7 @@ void appendDetection(Launches& list, std::int32_t h, std::int32_t w) {
 TEST_F(CudaFeatures, AColourFrameIsTurnedGreyAndSearchedAtHalfSize) {
     const Picture picture = makePicture(Texture::fine, 251, 390, 3, 1);
     load(picture);
-    run(picture);
+    run();
     Launches expected{over("rgb2GaryKernel", 251, 390)};
     appendDetection(expected, 125, 195);
     EXPECT_EQ(emulated_cuda::launches(), expected);
@@ -80,7 +85,7 @@ TEST_F(CudaFeatures, AColourFrameIsTurnedGreyAndSearchedAtHalfSize) {
 TEST_F(CudaFeatures, AGreyFrameIsSearchedAsItIs) {
     const Picture picture = makePicture(Texture::fine, 250, 391, 1, 1);
     load(picture);
-    run(picture);
+    run();
     Launches expected;
     appendDetection(expected, 125, 195);
     EXPECT_EQ(emulated_cuda::launches(), expected);
@@ -90,15 +95,15 @@ TEST_F(CudaFeatures, AGreyFrameIsSearchedAsItIs) {
 TEST_F(CudaFeatures, TheOtherWorkerHasItsOwnGreyKernel) {
     const Picture picture = makePicture(Texture::fine, 120, 160, 3, 1);
     load(picture);
-    toDevice(cudaBackend().match.frame, picture.pixels.data(), cudaBackend().frame.bytes());
-    captureOutput([&] { runFeatureJob(cudaBackend().match, {{0, 3, 120, 160}, {}, cudaBackend().tuning}); });
+    toDevice(engine.currentSide.frame, picture.pixels.data(), engine.frame.bytes());
+    captureOutput([&] { engine.describeSide(engine.currentSide); });
     EXPECT_EQ(emulated_cuda::launches().front().kernel, "rgb2GaryKernel2");
 }
 
-TEST_F(CudaFeatures, AStripIsCutBeforeItIsSearchedAtTheFramesSize) {
+TEST_F(CudaFeatures, ARowRangeIsCutBeforeItIsSearchedAtTheFramesSize) {
     const Picture picture = makePicture(Texture::fine, 240, 322, 1, 1);
     load(picture);
-    run(picture, {-10, 5, true});
+    run({-10, 5, true});
     Launches expected{over("getRowRangeKernel", 235, 312)};
     appendDetection(expected, 120, 161);
     EXPECT_EQ(emulated_cuda::launches(), expected);
@@ -112,23 +117,23 @@ TEST_F(CudaFeatures, NoExpectedShiftLeavesTheBuffers) {
         const Picture picture = makePicture(Texture::fine, 100, 130, channels, 1);
         load(picture);
         for (const std::int32_t dx : shifts)
-            for (const std::int32_t dy : shifts) run(picture, {dx, dy, true});
+            for (const std::int32_t dy : shifts) run({dx, dy, true});
         EXPECT_EQ(emulated_cuda::violations(), Lines{});
-        captureOutput(uinitJointCuda);
+        tearDown();
     }
 }
 
 TEST_F(CudaFeatures, FramesWithoutOverlapHaveNoCorners) {
     const Picture picture = makePicture(Texture::fine, 100, 130, 1, 1);
     load(picture);
-    EXPECT_EQ(run(picture, {130, 0, true}), Lines{"HarrissCornerSPoint22222222222 size is 0"});
+    EXPECT_EQ(run({130, 0, true}), Lines{"HarrissCornerSPoint22222222222 size is 0"});
     EXPECT_TRUE(emulated_cuda::launches().empty());
 }
 
 TEST_F(CudaFeatures, AFeaturelessFrameHasNoCornersAndSaysSo) {
     const Picture picture{120, 160, 1, std::vector<std::uint8_t>(120 * 160, 90)};
     load(picture);
-    const Lines lines = run(picture);
+    const Lines lines = run();
     ASSERT_FALSE(lines.empty());
     EXPECT_EQ(lines.back(), "HarrissCornerSPoint22222222222 size is 0");
     EXPECT_TRUE(side().features.corners.empty());
@@ -141,10 +146,10 @@ TEST_F(CudaFeatures, FramesOfAnySizeAreSafe) {
                 const Picture picture{rows, cols, channels,
                                       randomBytes(std::int64_t{rows} * cols * channels, 3)};
                 load(picture);
-                run(picture);
-                run(picture, {0, 0, true});
+                run();
+                run({0, 0, true});
                 EXPECT_EQ(emulated_cuda::violations(), Lines{}) << rows << " x " << cols;
-                captureOutput(uinitJointCuda);
+                tearDown();
             }
 }
 
@@ -152,7 +157,7 @@ TEST_F(CudaFeatures, FramesOfAnySizeAreSafe) {
 void CudaFeatures::expectTheProcessorsCorners(std::int32_t cols) {
     const Picture picture = makePicture(Texture::grains, 360, cols, 3, 4);
     load(picture);
-    run(picture);
+    run();
 
     std::vector<std::uint8_t> grey;
     for (std::size_t i = 0; i < picture.pixels.size(); i += 3)
@@ -162,7 +167,8 @@ void CudaFeatures::expectTheProcessorsCorners(std::int32_t cols) {
     HarrisImages images;
     std::vector<CornerPoint> corners;
     captureOutput([&] {
-        findHarrisCornerCoordianteFun(grey.data(), {0, 1, 360, cols}, cudaBackend().tuning, images, corners);
+        findHarrisCornerCoordianteFun(toOutput(), grey.data(), {0, 1, 360, cols}, engine.tuning, images,
+                                      corners, nullptr);
     });
     ASSERT_FALSE(corners.empty());
     const auto& found = side().features.corners;
@@ -184,12 +190,12 @@ TEST_F(CudaFeatures, FindsWhatTheProcessorFindsInFramesOfOddWidth) {
 TEST_F(CudaFeatures, TheOrderOfThreadsDoesNotMatter) {
     const Picture picture = makePicture(Texture::fine, 150, 210, 3, 9);
     load(picture);
-    run(picture);
+    run();
     const std::vector<CornerPoint> forward = side().features.corners;
     emulated_cuda::Faults reversed;
     reversed.reverse = true;
     emulated_cuda::setFaults(reversed);
-    run(picture);
+    run();
     EXPECT_FALSE(forward.empty());
     EXPECT_EQ(side().features.corners, forward);
 }
@@ -200,12 +206,12 @@ TEST(ZeroSumImage, AnswersToAGrainOnly) {
     constexpr std::int32_t rows = 60, cols = 80;
     std::vector<std::uint8_t> grey(rows * cols, 50);
     Buffer<std::uint8_t> out;
-    zeroSumImage(grey.data(), rows, cols, out);
+    zeroSumImage(toOutput(), grey.data(), rows, cols, out);
     ASSERT_EQ(out.size(), 30 * 40);
     EXPECT_TRUE(std::all_of(out.data(), out.data() + out.size(), [](std::uint8_t v) { return v == 0; }));
 
     grey[30 * cols + 40] = 51;  // row 15, column 20 of the halved image
-    zeroSumImage(grey.data(), rows, cols, out);
+    zeroSumImage(toOutput(), grey.data(), rows, cols, out);
     EXPECT_EQ(out.data()[15 * 40 + 20], 16);
     EXPECT_EQ(out.data()[15 * 40 + 21], 8);
     EXPECT_EQ(out.data()[16 * 40 + 21], 4);
@@ -217,9 +223,9 @@ TEST(ZeroSumImage, AnswersToAGrainOnly) {
 TEST(ZeroSumImage, LeavesImagesAloneThatAreTooSmall) {
     const std::vector<std::uint8_t> grey(100, 50);
     Buffer<std::uint8_t> out;
-    for (const std::int32_t side : {0, 1, 2, 8, 9}) zeroSumImage(grey.data(), side, side, out);
+    for (const std::int32_t side : {0, 1, 2, 8, 9}) zeroSumImage(toOutput(), grey.data(), side, side, out);
     EXPECT_TRUE(out.empty());
-    zeroSumImage(grey.data(), 10, 10, out);
+    zeroSumImage(toOutput(), grey.data(), 10, 10, out);
     EXPECT_EQ(out.size(), 25);
 }
 

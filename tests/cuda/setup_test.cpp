@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "cuda/backend.h"
+#include "api/process_log.h"
 #include "cuda/emulated_cuda.h"
 #include "cuda/state.h"
 #include "support/output_capture.h"
@@ -21,21 +21,21 @@ const std::string memoryLabel = "\xCF\xD4\xB4\xE6\xB4\xF3\xD0\xA1\xA3\xBA";
 
 class CudaSetup : public testing::Test {
   protected:
-    void SetUp() override {
-        emulated_cuda::reset();
-        cudaBackend().limitRows = cudaBackend().limitCols = 30000;
-    }
+    void SetUp() override { emulated_cuda::reset(); }
     void TearDown() override {
         EXPECT_EQ(emulated_cuda::violations(), Lines{});
-        captureOutput(uinitJointCuda);
+        tearDown();
         EXPECT_EQ(emulated_cuda::liveBlocks(), 0U);
     }
 
-    static bool init(const FrameSetup& setup, Lines* lines = nullptr, Lines* debug = nullptr) {
+    void tearDown() {
+        captureOutput([&] { engine.uinitJoint(); });
+    }
+    bool init(const FrameSetup& setup, Lines* lines = nullptr, Lines* debug = nullptr) {
         bool done = false;
         Lines written;
         const Lines debugged =
-            captureDebugLines([&] { written = captureLines([&] { done = initJointCuda(setup); }); });
+            captureDebugLines([&] { written = captureLines([&] { done = engine.initJoint(setup, {}); }); });
         if (lines != nullptr) *lines = written;
         if (debug != nullptr) *debug = debugged;
         return done;
@@ -45,6 +45,8 @@ class CudaSetup : public testing::Test {
         faults.deviceMiB = std::move(mib);
         return faults;
     }
+
+    CudaEngine engine{processLogSink()};
 };
 
 constexpr FrameSetup small{60, 90, 3, 1, 20000, 20000};
@@ -55,7 +57,7 @@ TEST_F(CudaSetup, WithoutADeviceSaysSoAndStartsNothing) {
     EXPECT_FALSE(init(small, &lines));
     EXPECT_EQ(lines, Lines{"have no cuda device"});
     EXPECT_TRUE(emulated_cuda::allocations().empty());
-    EXPECT_EQ(captureLines([] { uinitJointCuda(); }),
+    EXPECT_EQ(captureLines([&] { engine.uinitJoint(); }),
               (Lines{"pthread_join cuda_one_pid failed", "pthread_join cuda_two_pid failed"}));
 }
 
@@ -117,7 +119,7 @@ Lines expectedAllocations(std::size_t rows, std::size_t cols, std::size_t channe
     append(list, 2, 'd', p * channels);
     append(list, 2, 'd', p);
     append(list, 4, 'd', q);
-    append(list, 2, 'd', p + 1);  // a strip has one element behind its last row
+    append(list, 2, 'd', p + 1);  // a row range has one element behind its last row
     append(list, 2, 'd', 4 * p);
     append(list, 1, 'd', p);
     append(list, 6, 'd', 4 * p);
@@ -132,7 +134,7 @@ Lines expectedAllocations(std::size_t rows, std::size_t cols, std::size_t channe
 TEST_F(CudaSetup, AllocatesTheBuffersInOrder) {
     ASSERT_TRUE(init({61, 90, 3, 1, 20000, 20000}));
     EXPECT_EQ(allocationList(), expectedAllocations(61, 90, 3));
-    captureOutput(uinitJointCuda);
+    tearDown();
     emulated_cuda::reset();
     ASSERT_TRUE(init({60, 91, 1, 1, 20000, 20000}));
     EXPECT_EQ(allocationList(), expectedAllocations(60, 91, 1));
@@ -144,7 +146,7 @@ TEST_F(CudaSetup, TeardownReportsFreesAndCanBeFollowedByASetup) {
         EXPECT_GT(emulated_cuda::liveBlocks(), 0U);
         Lines lines;
         const Lines debug =
-            captureDebugLines([&] { lines = captureLines([] { EXPECT_TRUE(uinitJointCuda()); }); });
+            captureDebugLines([&] { lines = captureLines([&] { EXPECT_TRUE(engine.uinitJoint()); }); });
         EXPECT_EQ(lines, (Lines{"pthread_join cuda_one_pid success", "pthread_join cuda_two_pid success"}));
         EXPECT_EQ(debug, Lines{"pthread_join out"});
         EXPECT_EQ(emulated_cuda::liveBlocks(), 0U);
@@ -166,32 +168,33 @@ TEST_F(CudaSetup, FramesLargerThanTheKeptBuffersAreRefused) {
     Frame frame(120 * 180 * 3, 100);
     const StitchCall call{frame.data(), frame.data(), 0, 1, {}, nullptr, nullptr, nullptr, nullptr};
     std::int32_t result = 0;
-    EXPECT_EQ(captureLines([&] { result = stichingImagedJointCuda(call); }),
+    EXPECT_EQ(captureLines([&] { result = engine.stichingImagedJoint(call); }),
               (Lines{"ptr is null", "stitchingImageOffsetCuda failed"}));
     EXPECT_EQ(result, -1);
 }
 
 TEST_F(CudaSetup, CanvasLimitsAreOnlyLowered) {
     ASSERT_TRUE(init({60, 90, 3, 1, 20000, 40000}));
-    EXPECT_EQ(cudaBackend().limitRows, 20000);
-    EXPECT_EQ(cudaBackend().limitCols, 30000);
+    EXPECT_EQ(engine.limitA, 20000);
+    EXPECT_EQ(engine.limitB, 30000);
     ASSERT_TRUE(init({60, 90, 3, 1, 25000, 30000}));
-    EXPECT_EQ(cudaBackend().limitRows, 20000);
-    EXPECT_EQ(cudaBackend().limitCols, 30000);
+    EXPECT_EQ(engine.limitA, 20000);
+    EXPECT_EQ(engine.limitB, 30000);
 }
 
 TEST_F(CudaSetup, DerivesTheCornerBudgetFromTheDensityLevel) {
     ASSERT_TRUE(init({60, 90, 3, 0, 20000, 20000}));
-    EXPECT_EQ(cudaBackend().tuning.budget, 150);
-    EXPECT_EQ(cudaBackend().tuning.cap, 1050);
+    EXPECT_EQ(engine.tuning.budget, 150);
+    EXPECT_EQ(engine.tuning.cap, 1050);
 }
 
 TEST_F(CudaSetup, RefusesFramesThatTheKernelsCannotIndex) {
     for (const FrameSetup& setup :
          {FrameSetup{40000, 60000, 1, 1, 1, 1}, FrameSetup{27000, 27000, 3, 1, 1, 1},
-          FrameSetup{0x7fffffff, 0x7fffffff, 3, 1, 1, 1}, FrameSetup{0, 90, 1, 1, 1, 1},
-          FrameSetup{60, -90, 1, 1, 1, 1}, FrameSetup{60, 90, 2, 1, 1, 1}}) {
-        EXPECT_FALSE(init(setup));
+          FrameSetup{0x7fffffff, 0x7fffffff, 3, 1, 1, 1}}) {
+        Lines lines;
+        EXPECT_FALSE(init(setup, &lines));
+        EXPECT_EQ(lines, (Lines{memoryLabel + "8192 MB", "frame too large for the cuda kernels"}));
         EXPECT_TRUE(emulated_cuda::allocations().empty());
     }
 }
@@ -199,7 +202,7 @@ TEST_F(CudaSetup, RefusesFramesThatTheKernelsCannotIndex) {
 TEST_F(CudaSetup, AnyMissingBufferFailsTheFrameNotTheProcess) {
     ASSERT_TRUE(init(small));
     const auto count = static_cast<int>(emulated_cuda::allocations().size());
-    captureOutput(uinitJointCuda);
+    tearDown();
     Frame frame(60 * 90 * 3, 100);
     const StitchCall call{frame.data(), frame.data(), 0, 1, {}, nullptr, nullptr, nullptr, nullptr};
     for (int failing = 0; failing < count; ++failing) {
@@ -208,11 +211,11 @@ TEST_F(CudaSetup, AnyMissingBufferFailsTheFrameNotTheProcess) {
         emulated_cuda::setFaults(faults);
         ASSERT_TRUE(init(small)) << "allocation " << failing;
         std::int32_t result = 0;
-        EXPECT_EQ(captureLines([&] { result = stichingImagedJointCuda(call); }),
+        EXPECT_EQ(captureLines([&] { result = engine.stichingImagedJoint(call); }),
                   (Lines{"ptr is null", "stitchingImageOffsetCuda failed"}))
             << "allocation " << failing;
         EXPECT_EQ(result, -1);
-        captureOutput(uinitJointCuda);
+        tearDown();
         EXPECT_EQ(emulated_cuda::violations(), Lines{});
         EXPECT_EQ(emulated_cuda::liveBlocks(), 0U);
     }
@@ -221,11 +224,11 @@ TEST_F(CudaSetup, AnyMissingBufferFailsTheFrameNotTheProcess) {
 TEST_F(CudaSetup, CallsBeforeAndAfterAreRefused) {
     Frame frame(60 * 90 * 3, 100);
     const StitchCall call{frame.data(), frame.data(), 0, 1, {}, nullptr, nullptr, nullptr, nullptr};
-    EXPECT_EQ(captureLines([&] { EXPECT_EQ(stichingImagedJointCuda(call), -1); }),
+    EXPECT_EQ(captureLines([&] { EXPECT_EQ(engine.stichingImagedJoint(call), -1); }),
               Lines{"stitchingImageOffsetCuda failed"});
     ASSERT_TRUE(init(small));
-    captureOutput(uinitJointCuda);
-    EXPECT_EQ(captureLines([&] { EXPECT_EQ(stichingImagedJointCuda(call), -1); }),
+    tearDown();
+    EXPECT_EQ(captureLines([&] { EXPECT_EQ(engine.stichingImagedJoint(call), -1); }),
               Lines{"stitchingImageOffsetCuda failed"});
 }
 
@@ -254,6 +257,17 @@ TEST(CudaChoice, TheOverrideFileLeavesTheDeviceAlone) {
     emulated_cuda::reset();
     captureOutput([] { EXPECT_TRUE(Session({60, 90, 3}).ready()); });
     EXPECT_EQ(emulated_cuda::deviceQueries(), 0);
+}
+
+TEST(CudaChoice, UnusableFramesNeverReachTheDevice) {
+    emulated_cuda::reset();
+    for (SessionOptions options :
+         {SessionOptions{0, 90, 1}, SessionOptions{60, -90, 1}, SessionOptions{60, 90, 2}}) {
+        options.forceCpu = false;
+        captureOutput([&] { EXPECT_FALSE(Session(options).ready()); });
+    }
+    EXPECT_EQ(emulated_cuda::deviceQueries(), 0);
+    EXPECT_TRUE(emulated_cuda::allocations().empty());
 }
 
 TEST(CudaChoice, WithoutADeviceTheProcessorStitches) {

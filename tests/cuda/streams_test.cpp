@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "api/process_log.h"
 #include "cuda/emulated_cuda.h"
 #include "cuda/state.h"
 #include "support/camera_path.h"
@@ -68,6 +69,12 @@ class CudaStream : public testing::TestWithParam<std::tuple<std::int32_t, std::i
         return all;
     }
     static std::int32_t channels() { return std::get<1>(GetParam()); }
+    static void initialise(CudaEngine& engine, std::int32_t rows, std::int32_t cols) {
+        captureOutput([&] {
+            ASSERT_TRUE(
+                engine.initJoint({rows, cols, channels(), 1, 20000, 20000}, {std::get<0>(GetParam()), 0}));
+        });
+    }
 };
 
 // Where the two may differ. Corners: the device smooths in double, the processor in single precision, so
@@ -106,6 +113,23 @@ TEST_P(CudaStream, ASlowCameraIsPlacedInStrides) {
     EXPECT_LE(largestDifference(cuda.mosaic, cpu.mosaic), allowedDifference(cuda.report, channels()));
 }
 
+/// A frame stitched by an engine; with a first frame it begins a mosaic.
+StitchOutputs stitchOn(CudaEngine& engine, Frame* first, Frame frame) {
+    StitchOutputs out;
+    captureOutput([&] {
+        out.result = engine.stichingImagedJoint({first != nullptr ? first->data() : nullptr,
+                                                 frame.data(),
+                                                 first != nullptr ? 0 : 1,
+                                                 1,
+                                                 {},
+                                                 &out.minCorner,
+                                                 &out.maxCorner,
+                                                 &out.mosaic,
+                                                 &out.flags});
+    });
+    return out;
+}
+
 struct Side {
     const char* name;
     CornerPoint position;  // of the last frame, near an edge of the canvas
@@ -126,20 +150,15 @@ TEST_P(CudaStream, GrowsTheCanvasOnEverySide) {
     const Picture picture = makePicture(Texture::fine, 700, 900, channels(), 3);
     for (const Side& side : sides) {
         emulated_cuda::reset();
-        SessionOptions setup = options(rows, cols);
-        setup.channels = channels();
-        setup.forceCpu = false;
-        StitchOutputs out;
         const Spot last{300, 250};
         const Frame frame = picture.window(last.x + side.step.x, last.y + side.step.y, rows, cols);
-        captureOutput([&] {
-            Session session(setup);
-            Frame first = picture.window(last.x - 100, last.y - 60, rows, cols);
-            session.start(first, picture.window(last.x, last.y, rows, cols));
-            cudaBackend().mosaic.record.frameX = side.position.x;
-            cudaBackend().mosaic.record.frameY = side.position.y;
-            out = session.next(frame);
-        });
+        CudaEngine engine(processLogSink());
+        initialise(engine, rows, cols);
+        Frame first = picture.window(last.x - 100, last.y - 60, rows, cols);
+        stitchOn(engine, &first, picture.window(last.x, last.y, rows, cols));
+        engine.mosaic.record.frameX = side.position.x;
+        engine.mosaic.record.frameY = side.position.y;
+        const StitchOutputs out = stitchOn(engine, nullptr, frame);
         EXPECT_EQ(emulated_cuda::violations(), std::vector<std::string>{}) << side.name;
         EXPECT_EQ(out.mosaic.rows, side.rows) << side.name;
         EXPECT_EQ(out.mosaic.cols, side.cols) << side.name;
@@ -153,6 +172,35 @@ TEST_P(CudaStream, GrowsTheCanvasOnEverySide) {
                                       out.mosaic.ptr(side.at.y + r) + side.at.x * channels());
         EXPECT_TRUE(same) << side.name;
     }
+    EXPECT_EQ(emulated_cuda::liveBlocks(), 0U);
+}
+
+// Each has its own threads, buffers and canvas.
+TEST_P(CudaStream, MosaicsSideBySideAreTheirOwn) {
+    constexpr std::int32_t rows = 240, cols = 322;
+    const Picture picture = makePicture(Texture::fine, 700, 900, channels(), 3);
+    const auto shot = [&](std::int32_t i, std::int32_t step) {
+        return picture.window(10 + 80 * i, 10 + step * i, rows, cols);
+    };
+    const auto follow = [&](const std::vector<std::pair<CudaEngine*, std::int32_t>>& cameras) {
+        std::vector<cv::Mat> mosaics;
+        for (std::int32_t i = 1; i < 4; ++i)
+            for (const auto& [engine, step] : cameras) {
+                Frame first = shot(0, step);
+                const StitchOutputs out = stitchOn(*engine, i == 1 ? &first : nullptr, shot(i, step));
+                EXPECT_EQ(out.result, 0);
+                if (i == 3) mosaics.push_back(out.mosaic.clone());
+            }
+        return mosaics;
+    };
+    emulated_cuda::reset();
+    CudaEngine one(processLogSink()), other(processLogSink()), alone(processLogSink());
+    for (CudaEngine* engine : {&one, &other, &alone}) initialise(*engine, rows, cols);
+    const std::vector<cv::Mat> together = follow({{&one, 60}, {&other, 90}});
+    for (const std::size_t i : {0U, 1U})
+        EXPECT_EQ(largestDifference(follow({{&alone, i == 0 ? 60 : 90}})[0], together[i]), 0);
+    EXPECT_EQ(largestDifference(together[0], together[1]) > 0, true);
+    EXPECT_EQ(emulated_cuda::violations(), std::vector<std::string>{});
 }
 
 TEST_P(CudaStream, ZeroSamplesArePlacedAsOnes) {
@@ -168,7 +216,7 @@ TEST_P(CudaStream, ZeroSamplesArePlacedAsOnes) {
     EXPECT_FALSE(holes);
 }
 
-// What a strip holds is mostly left over from before, deliberately: such a call may be refused, no more.
+// What a row range holds is mostly left over from before, deliberately: such a call may be refused, no more.
 TEST_P(CudaStream, ExpectedShiftsAreSafeAndTheStreamGoesOnWithoutThem) {
     emulated_cuda::reset();
     const Picture picture = makePicture(Texture::fine, 700, 900, channels(), 3);

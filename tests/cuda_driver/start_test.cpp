@@ -7,9 +7,10 @@
 #include <string>
 #include <vector>
 
-#include "cuda/backend.h"
+#include "api/process_log.h"
 #include "cuda/driver/fat_binary.h"
 #include "cuda/emulated_cuda.h"
+#include "cuda/state.h"
 #include "cuda_driver/fake_driver.h"
 #include "gpu/kernels.h"
 #include "support/output_capture.h"
@@ -62,9 +63,10 @@ class DriverStart : public testing::Test {
 }
 
 bool saysThereIsNoDevice() {
+    CudaEngine engine(processLogSink());
     bool started = true;
-    const Lines lines = captureLines([&] { started = initJointCuda(small); });
-    const Lines ends = captureLines([] { uinitJointCuda(); });
+    const Lines lines = captureLines([&] { started = engine.initJoint(small, {}); });
+    const Lines ends = captureLines([&] { engine.uinitJoint(); });
     return !started && lines == Lines{"have no cuda device"} &&
            ends == Lines{"pthread_join cuda_one_pid failed", "pthread_join cuda_two_pid failed"} &&
            emulated_cuda::allocations().empty();
@@ -172,8 +174,9 @@ TEST_F(DriverStart, AnotherStartFindsWhatHasComeMeanwhile) {
     EXPECT_TRUE(saysThereIsNoDevice());
     fake_driver::setFaults({});
     captureOutput([] {
-        EXPECT_TRUE(initJointCuda(small));
-        uinitJointCuda();
+        CudaEngine engine(processLogSink());
+        EXPECT_TRUE(engine.initJoint(small, {}));
+        engine.uinitJoint();
     });
     EXPECT_EQ(emulated_cuda::liveBlocks(), 0U);
 }

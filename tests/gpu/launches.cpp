@@ -244,7 +244,7 @@ class Generator {
                 .buffer(bytes(n)));
     }
 
-    /// A strip anywhere in the image; one element lies behind the strip.
+    /// A row range anywhere in the image; one element lies behind it.
     void rowRange() {
         const int rowOff = random.below(r), colOff = random.below(c);
         const int rows = 1 + random.below(r - rowOff), cols = 1 + random.below(c - colOff);
@@ -351,7 +351,7 @@ void addSmallImages(std::vector<KnownLaunch>& known) {
                          .numbers(2, 2, 2)
                          .buffer(Contents(4, 77)),
                      {{0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15}, {0, 2, 8, 10}}});
-    known.push_back({"a strip leaves one value per row, behind the row",
+    known.push_back({"a row range leaves one value per row, behind the row",
                      LaunchOf("getRowRangeKernel", 2, 2)
                          .buffer(Contents{1, 2, 3, 4, 5, 5, 7, 9, 9})
                          .numbers(3, 3, 2, 2, 1, 1)

@@ -247,7 +247,8 @@ std::string difference(const std::vector<Contents>& expected, const std::vector<
     return "";
 }
 
-/// Any value of a strip row may have been written behind it; takes what was found when it is one of them.
+/// Any value of a row of the range may have been written behind it; takes what was found when it is one of
+/// them.
 void acceptAnyWinner(const Launch& launch, const std::vector<Contents>& after,
                      std::vector<Contents>& expected) {
     const auto number = [&](int i) { return launch.arguments[static_cast<std::size_t>(i)].value; };
@@ -294,6 +295,38 @@ std::vector<std::string> openclNames(const std::string& cudaName) {
         if (cudaName == absent) return {};
     if (cudaName == "getRowRangeKernel") return {"getRowRange", "getRowRange2"};
     return {cudaName};
+}
+
+Products smoothedProducts(const unsigned char* grey, int rows, int cols) {
+    const int halfRows = rows / 2, halfCols = cols / 2;
+    const auto half = static_cast<std::size_t>(halfRows) * static_cast<std::size_t>(halfCols);
+    Contents image(half);
+    for (int y = 0; y < halfRows; ++y)
+        for (int x = 0; x < halfCols; ++x)
+            image[static_cast<std::size_t>(y * halfCols + x)] = grey[2 * y * cols + 2 * x];
+    Products products{std::vector<float>(half), std::vector<float>(half), std::vector<float>(half)};
+    gradients(image.data(), halfRows, halfCols, products.xx.data(), products.yy.data(), products.xy.data());
+    constexpr int border = 2;
+    const int paddedRows = halfRows + 2 * border, paddedCols = halfCols + 2 * border;
+    std::vector<float> a(static_cast<std::size_t>(paddedRows) * static_cast<std::size_t>(paddedCols));
+    std::vector<float> b = a;
+    for (auto* product : {&products.xx, &products.yy, &products.xy}) {
+        padRows(product->data(), halfRows, halfCols, border, a.data(), b.data());
+        padColumns(a.data(), paddedRows, halfCols, border, a.data(), b.data());
+        filterAlongColumns(a.data(), paddedRows, paddedCols, b.data());
+        filterAlongRows(b.data(), paddedRows, paddedCols, a.data());
+        removeBorder(a.data(), halfRows, halfCols, border, product->data());
+    }
+    return products;
+}
+
+Contents fusedByDistances(const Contents& imgA, const Contents& imgB, std::vector<float> distancesA,
+                          std::vector<float> distancesB, int channels) {
+    Contents a = imgA, b = imgB, weight(distancesA.size()), out(imgA.size());
+    const int pixels = static_cast<int>(distancesA.size());
+    weights(distancesA.data(), distancesB.data(), 1, pixels, weight.data());
+    (channels == 3 ? fuse3 : fuse1)(a.data(), b.data(), weight.data(), 1, pixels, out.data());
+    return out;
 }
 
 }  // namespace gpu_test

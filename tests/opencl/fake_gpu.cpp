@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -26,8 +27,9 @@ struct Platform {
 const cl_icd_dispatch* next;  // the loader's own entries
 cl_icd_dispatch mine;
 std::mutex lock;
-std::vector<std::unique_ptr<Platform>> platforms;  // handles stay valid
-Platform* owner;                                   // the one whose GPU the real device stands for
+std::vector<std::unique_ptr<Platform>> platforms;        // handles stay valid
+Platform* owner;                                         // the one whose GPU the real device stands for
+std::map<cl_kernel, std::map<cl_uint, cl_int>> numbers;  // the 32-bit arguments that kernels have
 
 std::string setting(const char* name, const char* standard) {
     const char* value = std::getenv(name);
@@ -173,11 +175,23 @@ std::string nameOf(cl_kernel kernel) {
     return name;
 }
 
+/// The kernel's name and the numbers among its arguments, in their order.
+std::string numbersOf(cl_kernel kernel) {
+    std::string text = nameOf(kernel);
+    const std::lock_guard<std::mutex> hold(lock);
+    for (const auto& number : numbers[kernel]) text += " " + std::to_string(number.second);
+    return text;
+}
+
 cl_int CL_API_CALL setKernelArg(cl_kernel kernel, cl_uint index, std::size_t bytes, const void* value) {
     if (kernel == nullptr) return CL_INVALID_KERNEL;
     cl_mem buffer = nullptr;
     if (bytes == sizeof buffer) std::memcpy(&buffer, value, sizeof buffer);
     if (bytes == sizeof buffer && buffer == nullptr) fails("NULL ARGUMENT", nameOf(kernel));
+    if (bytes == sizeof(cl_int)) {
+        const std::lock_guard<std::mutex> hold(lock);
+        std::memcpy(&numbers[kernel][index], value, sizeof(cl_int));
+    }
     return next->clSetKernelArg(kernel, index, bytes, value);
 }
 
@@ -197,6 +211,7 @@ cl_int CL_API_CALL enqueueKernel(cl_command_queue queue, cl_kernel kernel, cl_ui
         if (local != nullptr) range += "/" + std::to_string(local[i]);
     }
     fails("range", range);
+    fails("numbers", numbersOf(kernel));
     if (fails("clEnqueueNDRangeKernel", name)) return CL_OUT_OF_RESOURCES;
     const auto hold = inTurn();
     const cl_int status =
@@ -225,8 +240,31 @@ cl_int CL_API_CALL unmap(cl_command_queue queue, cl_mem buffer, void* pixels, cl
 cl_int CL_API_CALL writeBuffer(cl_command_queue queue, cl_mem buffer, cl_bool blocking, std::size_t offset,
                                std::size_t bytes, const void* from, cl_uint count, const cl_event* wait,
                                cl_event* event) {
+    if (fails("clEnqueueWriteBuffer", std::to_string(bytes))) return CL_OUT_OF_RESOURCES;
     const auto hold = inTurn();
     return next->clEnqueueWriteBuffer(queue, buffer, blocking, offset, bytes, from, count, wait, event);
+}
+
+cl_int CL_API_CALL copyBufferRect(cl_command_queue queue, cl_mem from, cl_mem to,
+                                  const std::size_t* fromOrigin, const std::size_t* toOrigin,
+                                  const std::size_t* region, std::size_t fromRow, std::size_t fromSlice,
+                                  std::size_t toRow, std::size_t toSlice, cl_uint count, const cl_event* wait,
+                                  cl_event* event) {
+    if (fails("clEnqueueCopyBufferRect", std::to_string(region[0]) + " " + std::to_string(region[1])))
+        return CL_OUT_OF_RESOURCES;
+    const auto hold = inTurn();
+    const cl_int status =
+        next->clEnqueueCopyBufferRect(queue, from, to, fromOrigin, toOrigin, region, fromRow, fromSlice,
+                                      toRow, toSlice, count, wait, event);
+    if (hold) next->clFinish(queue);
+    return status;
+}
+
+cl_int CL_API_CALL buildProgram(cl_program program, cl_uint count, const cl_device_id* devices,
+                                const char* options, void(CL_CALLBACK* notify)(cl_program, void*),
+                                void* user) {
+    if (fails("clBuildProgram")) return CL_OUT_OF_RESOURCES;
+    return next->clBuildProgram(program, count, devices, options, notify, user);
 }
 
 cl_int CL_API_CALL finish(cl_command_queue queue) {
@@ -274,6 +312,8 @@ CL_API_ENTRY cl_int CL_API_CALL clInitLayer(cl_uint /*entries*/, const cl_icd_di
     mine.clEnqueueMapBuffer = mapBuffer;
     mine.clEnqueueUnmapMemObject = unmap;
     mine.clEnqueueWriteBuffer = writeBuffer;
+    mine.clEnqueueCopyBufferRect = copyBufferRect;
+    mine.clBuildProgram = buildProgram;
     mine.clFinish = finish;
     mine.clReleaseMemObject = traced_clReleaseMemObject;
     mine.clReleaseKernel = traced_clReleaseKernel;

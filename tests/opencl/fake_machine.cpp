@@ -4,10 +4,7 @@
 #include <fstream>
 #include <sstream>
 
-#include "opencl/cl_api.h"
 #include "opencl/driver_leaks.h"
-#include "opencl/openclJoint.h"
-#include "support/output_capture.h"
 
 namespace brantel::test {
 
@@ -48,12 +45,15 @@ void FakeMachine::SetUp() {
     fail("");
     directory_.write("cl.bin", kernelText());
     setenv("FAKE_CL_TRACE", (directory_.path() / "trace").c_str(), 1);
+    engine_ = std::make_unique<OpenclEngine>(lines_);
 }
 
 void FakeMachine::TearDown() {
     fail("");
     unsetenv("FAKE_CL_TRACE");
-    captureOutput([] { uinitJointCL(); });
+    if (engine_ != nullptr) engine_->uinitJoint();
+    engine_.reset();
+    lines_.take();
 }
 
 void FakeMachine::showPlatforms(const std::string& list) {
@@ -64,15 +64,20 @@ void FakeMachine::fail(const std::string& list) {
     setenv("FAKE_CL_FAIL", list.c_str(), 1);
 }
 
-InitReport FakeMachine::init(const FrameSetup& setup) {
+InitReport FakeMachine::init(const FrameSetup& setup, const StitchModes& modes) {
+    lines_.take();
     InitReport report;
-    report.debug =
-        captureDebugLines([&] { report.output = captureOutput([&] { report.ready = initJointCL(setup); }); });
+    report.ready = engine_->initJoint(setup, modes);
+    Spoken spoken = lines_.take();
+    report.output = std::move(spoken.output);
+    report.debug = std::move(spoken.debug);
     return report;
 }
 
 Lines FakeMachine::tearDownLines() {
-    return captureLines([] { EXPECT_TRUE(uinitJointCL()); });
+    lines_.take();
+    EXPECT_TRUE(engine_->uinitJoint());
+    return lines_.take().outputLines();
 }
 
 Lines FakeMachine::trace() const {

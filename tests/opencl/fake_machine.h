@@ -3,38 +3,48 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <string>
-#include <vector>
 
-#include "common/stitch_call.h"
+#include "opencl/recorded_lines.h"
+#include "opencl/state.h"
 #include "support/scratch_directory.h"
 
 namespace brantel::test {
 
-using Lines = std::vector<std::string>;
-
-/// What initJointCL says, per channel. Standard output is raw: some of its texts have no line end.
+/// What an initialisation comes to, and what it says.
 struct InitReport {
     bool ready = false;
     std::string output;
     Lines debug;
 };
 
-/// Each test has a machine with one NVIDIA GPU of 8 GiB and the real cl.bin in the current directory, and the
-/// backend torn down before and after it. Without PoCL the tests are skipped.
+/// Each test has a machine with one NVIDIA GPU of 8 GiB, the real cl.bin in the current directory and an
+/// engine of its own. Without PoCL the tests are skipped.
 class FakeMachine : public ::testing::Test {
   protected:
     void SetUp() override;
     void TearDown() override;
+    /// The machine as it was before the test, with another engine; for tests that go through several.
+    void renew() {
+        TearDown();
+        SetUp();
+    }
+
+    OpenclEngine& engine() { return *engine_; }
+    /// Ends the engine as a host's last reference does.
+    void destroyEngine() { engine_.reset(); }
+    RecordedLines& lines() { return lines_; }
 
     static void showPlatforms(const std::string& list);
     /// What fails from now on; empty for nothing.
     static void fail(const std::string& list);
 
-    static InitReport init(const FrameSetup& setup = {96, 128, 1, 1, 20000, 20000});
+    InitReport init(const FrameSetup& setup = {96, 128, 1, 1, 20000, 20000},
+                    const StitchModes& modes = {1, 0});
 
-    /// What uinitJointCL says on standard output.
-    static Lines tearDownLines();
+    /// What a teardown says on the stream.
+    Lines tearDownLines();
 
     /// Everything the layer was asked for since the test began, or since the last forget().
     Lines trace() const;
@@ -48,6 +58,8 @@ class FakeMachine : public ::testing::Test {
 
   private:
     ScratchDirectory directory_;
+    RecordedLines lines_;
+    std::unique_ptr<OpenclEngine> engine_;
 };
 
 /// True when there is an OpenCL device to run on. Prepares the process's environment for it first.

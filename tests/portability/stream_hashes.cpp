@@ -28,13 +28,16 @@ class Digest {
     void add(const T& value) {
         add(&value, sizeof value);
     }
-    void add(const void* data, std::size_t bytes) {
-        const std::uint64_t pair[2] = {hash_, hashOf(data, bytes)};
-        hash_ = hashOf(pair, sizeof pair);
-    }
+    void add(const void* data, std::size_t bytes) { addHash(hashOf(data, bytes)); }
+    void add(const cv::Mat& image) { addHash(hashOf(image)); }
     std::uint64_t value() const { return hash_; }
 
   private:
+    void addHash(std::uint64_t hash) {
+        const std::uint64_t pair[2] = {hash_, hash};
+        hash_ = hashOf(pair, sizeof pair);
+    }
+
     std::uint64_t hash_ = 0;
 };
 
@@ -121,7 +124,7 @@ std::string line(const Stream& stream) {
     }
     digest.add(out.mosaic.rows);
     digest.add(out.mosaic.cols);
-    digest.add(out.mosaic.data, out.mosaic.total() * out.mosaic.elemSize());
+    digest.add(out.mosaic);
     char text[120];
     std::snprintf(text, sizeof text, "hash %-16s %016llx  %d of %d frames merged", stream.name,
                   static_cast<unsigned long long>(digest.value()), merged,

@@ -1,15 +1,18 @@
-// The nearest descriptor wins when it is clearly nearer than the second.
-#include <gtest/gtest.h>
+// The nearest descriptor wins when it is clearly nearer than the second: every case goes through the library, alone and
+// with idle workers, and through the reference.
+#include "registration/matching.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <stdexcept>
 
 #include "common/tuning.h"
-#include "registration/matching.h"
-#include "support/guarded_buffer.h"
+#include "reference/matching.h"
+#include "support/at_level.h"
+#include "support/idle_workers.h"
 #include "support/lines.h"
-#include "support/picture.h"
+#include "support/rows.h"
 
 namespace brantel {
 
@@ -17,21 +20,11 @@ static bool operator==(const Match& a, const Match& b) {
     return a.current == b.current && a.previous == b.previous;
 }
 
+namespace test {
 namespace {
 
-using test::Lines;
-using test::listen;
-
-constexpr std::int32_t length = 200;
 using Descriptors = std::vector<std::uint16_t>;
-
-/// Descriptors as they occur: values of 0 to 16 * 360.
-Descriptors randomDescriptors(std::int32_t count, std::int32_t highest, std::uint64_t seed) {
-    test::Random random(seed);
-    Descriptors values(static_cast<std::size_t>(count) * length);
-    for (std::uint16_t& value : values) value = static_cast<std::uint16_t>(random.between(0, highest));
-    return values;
-}
+using Matches = std::vector<Match>;
 
 struct Extremes {
     float minimum = -1;
@@ -42,51 +35,8 @@ struct Extremes {
 
 Extremes extremesOf(const std::vector<float>& values, std::int32_t count) {
     Extremes e;
-    e.result = findMinIndex(values.data(), count, &e.minimum, &e.maximum, &e.index);
+    e.result = findMinIndex(toOutput(), values.data(), count, &e.minimum, &e.maximum, &e.index);
     return e;
-}
-
-std::vector<Match> literalMatches(const Descriptors& reference, const Descriptors& query) {
-    const std::size_t references = reference.size() / length;
-    std::vector<Match> matches;
-    for (std::size_t i = 0; i < query.size() / length; ++i) {
-        std::vector<float> distance(references);
-        for (std::size_t j = 0; j < references; ++j)
-            for (std::size_t k = 0; k < length; ++k) {
-                const std::int32_t difference =
-                    std::int32_t{query[i * length + k]} - std::int32_t{reference[j * length + k]};
-                distance[j] += static_cast<float>(difference * difference);
-            }
-        const Extremes first = extremesOf(distance, static_cast<std::int32_t>(references));
-        distance[first.index] = first.maximum;
-        const Extremes second = extremesOf(distance, static_cast<std::int32_t>(references));
-        if (0.98F > first.minimum / second.minimum)
-            matches.push_back({static_cast<std::int32_t>(i), first.index});
-    }
-    return matches;
-}
-
-std::vector<Match> matchesOf(const Descriptors& reference, const Descriptors& query) {
-    const auto references = static_cast<std::int32_t>(reference.size() / length);
-    const auto queries = static_cast<std::int32_t>(query.size() / length);
-    const auto guardedReference = test::GuardedBuffer<std::uint16_t>::copyOf(reference);
-    const auto guardedQuery = test::GuardedBuffer<std::uint16_t>::copyOf(query);
-    test::GuardedBuffer<float> distances(static_cast<std::size_t>(references));
-    std::vector<Match> matches;
-    EXPECT_TRUE(calacDistanceIndexFun(guardedReference->data(), guardedQuery->data(), distances.data(), 0.98F,
-                                      references, length, queries, length, matches));
-    EXPECT_TRUE(distances.intact());
-    return matches;
-}
-
-Descriptors join(const std::vector<Descriptors>& parts) {
-    Descriptors all;
-    for (const Descriptors& part : parts) all.insert(all.end(), part.begin(), part.end());
-    return all;
-}
-
-Descriptors constantDescriptor(std::uint16_t value) {
-    return Descriptors(length, value);
 }
 
 TEST(FindMinIndex, TiesKeepTheLowestIndex) {
@@ -116,84 +66,67 @@ TEST(FindMinIndex, ALeadingNaNStaysAndLaterOnesAreSkipped) {
 TEST(FindMinIndex, RefusesNull) {
     float a = 0;
     std::int32_t index = 0;
-    const auto said = listen([&] { return findMinIndex(nullptr, 4, &a, &a, &index); });
+    const auto said = listen([&] { return findMinIndex(toOutput(), nullptr, 4, &a, &a, &index); });
     EXPECT_FALSE(said.result);
     EXPECT_EQ(said.lines, Lines{"findMinIndex ptr is null"});
 }
 
-TEST(Matching, TheRatioIsNinetyEightHundredthsInSinglePrecision) {
-    EXPECT_EQ(matchRatio, 0.98F);
-}
-
-TEST(Matching, AgreesWithTheDefinitionForRandomDescriptors) {
-    for (const std::int32_t highest : {1, 3, 400, 5760})
-        for (std::uint64_t seed = 0; seed < 6; ++seed) {
-            const Descriptors reference = randomDescriptors(37, highest, seed);
-            const Descriptors query = randomDescriptors(29, highest, seed + 100);
-            ASSERT_EQ(matchesOf(reference, query), literalMatches(reference, query))
-                << highest << " " << seed;
+class Matching : public AtLevel {
+  protected:
+    /// Behind one match that is there already, which stays.
+    Matches of(const Descriptors& reference, const Descriptors& query, float ratio = matchRatio,
+               std::int32_t length = descriptorLength, std::int32_t stride = 0) {
+        if (stride == 0) stride = length;
+        const auto references = static_cast<std::int32_t>(reference.size()) / stride;
+        const auto queries = static_cast<std::int32_t>(query.size()) / length;
+        const Place& place = places[reference.size() % 6];
+        const auto guardedReference = placed(reference, place);
+        const auto guardedQuery = placed(query, place);
+        std::vector<float> distances(references);
+        Matches expected{{7, 7}};
+        EXPECT_TRUE(reference::calacDistanceIndexFun(toOutput(), guardedReference->data(),
+                                                     guardedQuery->data(), distances.data(), ratio,
+                                                     references, stride, queries, length, expected));
+        for (WorkerPair* workers : {static_cast<WorkerPair*>(nullptr), workers_.pair()}) {
+            GuardedBuffer<float> scratch(references * (workers != nullptr ? loopThreads : 1));
+            Matches found{{7, 7}};
+            EXPECT_TRUE(calacDistanceIndexFun(toOutput(), guardedReference->data(), guardedQuery->data(),
+                                              scratch.data(), ratio, references, stride, queries, length,
+                                              found, workers));
+            EXPECT_TRUE(found == expected);
+            EXPECT_TRUE(scratch.intact());
         }
+        expected.erase(expected.begin());
+        matches_ += expected.size();
+        queries_ += queries;
+        return expected;
+    }
+
+    std::size_t matches_ = 0;
+    std::size_t queries_ = 0;
+
+  private:
+    IdleWorkers workers_;
+};
+
+Descriptors someDescriptors(std::int64_t values, std::int32_t largest, Random& random) {
+    Descriptors all(static_cast<std::size_t>(values));
+    for (std::uint16_t& value : all) value = static_cast<std::uint16_t>(random.between(0, largest));
+    return all;
 }
 
-TEST(Matching, AgreesWithTheDefinitionForNoisyCopies) {
-    Descriptors reference = randomDescriptors(80, 900, 1);
-    Descriptors query = reference;
-    test::Random random(4);
-    for (std::uint16_t& value : query) value = static_cast<std::uint16_t>(value + random.between(0, 60));
-    const std::vector<Match> matches = matchesOf(reference, query);
-    EXPECT_EQ(matches, literalMatches(reference, query));
-    EXPECT_EQ(matches.size(), 80U);
-    for (const Match& match : matches) EXPECT_EQ(match.current, match.previous);
+Descriptors join(const std::vector<Descriptors>& parts) {
+    Descriptors all;
+    for (const Descriptors& part : parts) all.insert(all.end(), part.begin(), part.end());
+    return all;
 }
 
-TEST(Matching, SumsBeyond24BitsRoundLikeTheWrittenOrder) {
-    // values up to 46340 keep each square within 32 bits while the float sum rounds at nearly every step
-    const Descriptors reference = randomDescriptors(20, 46340, 8);
-    Descriptors query = randomDescriptors(20, 46340, 9);
-    EXPECT_EQ(matchesOf(reference, query), literalMatches(reference, query));
-    Descriptors near = reference;
-    for (std::size_t i = 0; i < near.size(); i += 3) near[i] = static_cast<std::uint16_t>(near[i] ^ 0x3FU);
-    EXPECT_EQ(matchesOf(reference, near), literalMatches(reference, near));
+Descriptors constantDescriptor(std::uint16_t value) {
+    return Descriptors(descriptorLength, value);
 }
 
-TEST(Matching, ZeroOverZeroIsNoMatch) {
-    const Descriptors twin = constantDescriptor(7);
-    // nearest 0 is replaced by the farthest, which is 0 as well
-    EXPECT_TRUE(matchesOf(join({twin, twin}), twin).empty());
-    // with a third one the second of the twins is still at 0
-    EXPECT_TRUE(matchesOf(join({twin, twin, constantDescriptor(99)}), twin).empty());
-}
-
-TEST(Matching, ZeroDistanceWithADistantSecondAlwaysMatches) {
-    const auto matches =
-        matchesOf(join({constantDescriptor(9), constantDescriptor(7)}), constantDescriptor(7));
-    EXPECT_EQ(matches, (std::vector<Match>{{0, 1}}));
-}
-
-TEST(Matching, ASingleReferenceNeverMatches) {
-    EXPECT_TRUE(matchesOf(constantDescriptor(7), constantDescriptor(9)).empty()) << "ratio 1";
-    EXPECT_TRUE(matchesOf(constantDescriptor(7), constantDescriptor(7)).empty()) << "no number";
-}
-
-TEST(Matching, EquallyDistantReferencesAreTooClose) {
-    EXPECT_TRUE(
-        matchesOf(join({constantDescriptor(5), constantDescriptor(9)}), constantDescriptor(7)).empty());
-}
-
-TEST(Matching, TwoReferencesAreComparedWithTheFartherOne) {
-    // with two references the second nearest is the farthest: replaced nearest equals it
-    const auto matches =
-        matchesOf(join({constantDescriptor(10), constantDescriptor(8)}), constantDescriptor(7));
-    EXPECT_EQ(matches, (std::vector<Match>{{0, 1}}));
-}
-
-TEST(Matching, SeveralQueriesMayShareAReference) {
-    const auto matches = matchesOf(join({constantDescriptor(100), constantDescriptor(500)}),
-                                   join({constantDescriptor(100), constantDescriptor(101)}));
-    EXPECT_EQ(matches, (std::vector<Match>{{0, 0}, {1, 0}}));
-}
-
-TEST(Matching, TheRatioTestIsStrict) {
+TEST_P(Matching, TheRatioIsNinetyEightHundredthsAndStrict) {
+    EXPECT_EQ(matchRatio, 0.98F);
     // distances 98 and 100 in one element each: 98 / 100 in float is not below 0.98F
     Descriptors query = constantDescriptor(0);
     Descriptors a = query;
@@ -201,53 +134,218 @@ TEST(Matching, TheRatioTestIsStrict) {
     for (std::size_t k = 0; k < 98; ++k) a[k] = 1;
     for (std::size_t k = 0; k < 100; ++k) b[k] = 1;
     EXPECT_EQ(98.0F / 100.0F, 0.98F);
-    EXPECT_TRUE(matchesOf(join({a, b}), query).empty());
+    EXPECT_TRUE(of(join({a, b}), query).empty());
     a[97] = 0;
-    EXPECT_EQ(matchesOf(join({a, b}), query).size(), 1U);
+    EXPECT_EQ(of(join({a, b}), query).size(), 1U);
 }
 
-TEST(Matching, AppendsBehindWhatTheListHoldsAndReadsWithItsStride) {
-    const Descriptors one = constantDescriptor(7);
-    const Descriptors far = constantDescriptor(90);
-    Descriptors spaced = join({one, Descriptors(13, 1), far});
-    float distances[2];
-    std::vector<Match> matches{{5, 5}};
-    EXPECT_TRUE(calacDistanceIndexFun(spaced.data(), one.data(), distances, 0.98F, 2, length + 13, 1, length,
-                                      matches));
-    EXPECT_EQ(matches, (std::vector<Match>{{5, 5}, {0, 0}}));
+TEST_P(Matching, ZeroOverZeroIsNoMatch) {
+    const Descriptors twin = constantDescriptor(7);
+    // nearest 0 is replaced by the farthest, which is 0 as well
+    EXPECT_TRUE(of(join({twin, twin}), twin).empty());
+    // with a third one the second of the twins is still at 0
+    EXPECT_TRUE(of(join({twin, twin, constantDescriptor(99)}), twin).empty());
 }
 
-TEST(Matching, NothingToMatchIsASuccess) {
+TEST_P(Matching, ASingleReferenceNeverMatches) {
+    EXPECT_TRUE(of(constantDescriptor(7), constantDescriptor(9)).empty()) << "ratio 1";
+    EXPECT_TRUE(of(constantDescriptor(7), constantDescriptor(7)).empty()) << "no number";
+}
+
+TEST_P(Matching, TwoReferencesAreComparedWithTheFartherOne) {
+    // with two references the second nearest is the farthest: replaced nearest equals it
+    EXPECT_EQ(of(join({constantDescriptor(10), constantDescriptor(8)}), constantDescriptor(7)),
+              (Matches{{0, 1}}));
+    EXPECT_EQ(of(join({constantDescriptor(9), constantDescriptor(7)}), constantDescriptor(7)),
+              (Matches{{0, 1}}))
+        << "distance 0 always matches";
+    EXPECT_TRUE(of(join({constantDescriptor(5), constantDescriptor(9)}), constantDescriptor(7)).empty())
+        << "equally distant ones are too close";
+}
+
+TEST_P(Matching, SeveralQueriesMayShareAReference) {
+    EXPECT_EQ(of(join({constantDescriptor(100), constantDescriptor(500)}),
+                 join({constantDescriptor(100), constantDescriptor(101)})),
+              (Matches{{0, 0}, {1, 0}}));
+}
+
+TEST_P(Matching, NothingToMatchIsASuccess) {
+    EXPECT_TRUE(of(constantDescriptor(7), {}).empty());
+    EXPECT_TRUE(of({}, constantDescriptor(7)).empty());
+}
+
+TEST_P(Matching, SumsBeyond24BitsRoundLikeTheWrittenOrder) {
+    // values up to 46340 keep each square within 32 bits while the float sum rounds at nearly every step
+    Random random(8);
+    const Descriptors reference = someDescriptors(std::int64_t{20} * descriptorLength, 46340, random);
+    of(reference, someDescriptors(std::int64_t{20} * descriptorLength, 46340, random));
+    Descriptors near = reference;
+    for (std::size_t i = 0; i < near.size(); i += 3) near[i] = static_cast<std::uint16_t>(near[i] ^ 0x3FU);
+    of(reference, near);
+    // 2^24 and then 100 times 1: the ones are lost one by one, and the two references are as far
+    Descriptors query = constantDescriptor(0);
+    Descriptors far = query;
+    far[0] = 4096;
+    Descriptors farther = far;
+    for (std::size_t k = 1; k <= 100; ++k) farther[k] = 1;
+    EXPECT_TRUE(of(join({far, farther}), query, 1.0F).empty());
+    std::reverse(farther.begin(), farther.end());
+    EXPECT_EQ(of(join({far, farther}), query, 1.0F), (Matches{{0, 0}})) << "100 and then 2^24 add up";
+}
+
+TEST_P(Matching, OfSmallSumsOfEveryLength) {
+    Random random(31);
+    for (const std::int32_t length : {1, 2, 15, 16, 17, 95, 96, 97, 191, 192, 193, 200, 255, 256, 257, 300})
+        for (const std::int32_t references : {1, 2, 3, 40}) {
+            const Descriptors reference = someDescriptors(references * length, 60, random);
+            Descriptors query = someDescriptors(std::int64_t{37} * length, 60, random);
+            std::copy_n(reference.begin(), length, query.begin() + 3 * length);  // distance 0
+            for (const float ratio : {matchRatio, 0.5F, 1.0F, 3.0F, 0.0F, -1.0F})
+                of(reference, query, ratio, length);
+        }
+    EXPECT_GT(matches_, 0U);
+    EXPECT_LT(matches_, queries_);
+}
+
+TEST_P(Matching, OfReferencesWithAStride) {
+    Random random(32);
+    const Descriptors reference = someDescriptors(std::int64_t{60} * 213, 6400, random);
+    const Descriptors query = someDescriptors(std::int64_t{50} * 200, 6400, random);
+    of(reference, query, matchRatio, 200, 213);
+}
+
+TEST_P(Matching, OfValuesAroundWhatTheIntegerSumTakes) {
+    Random random(33);
+    for (const std::int32_t largest : {6399, 6400, 6401, 20000, 65535})
+        for (int i = 0; i < 6; ++i) {
+            Descriptors reference = someDescriptors(std::int64_t{30} * descriptorLength, largest, random);
+            Descriptors query = someDescriptors(std::int64_t{25} * descriptorLength, largest, random);
+            if (i % 3 == 1)  // one large value only, on either side
+                for (std::uint16_t& value : i < 3 ? reference : query) value /= 40;
+            (i % 2 == 0 ? reference : query)[777] = static_cast<std::uint16_t>(largest);
+            of(reference, query);
+        }
+}
+
+TEST_P(Matching, OfEqualDescriptors) {
+    for (const std::uint16_t value : {0, 5, 6400, 6401})
+        for (const std::int32_t references : {1, 2, 3, 20}) {
+            const Descriptors reference(references * descriptorLength, value);
+            of(reference, Descriptors(20 * descriptorLength, value));
+            of(reference, Descriptors(20 * descriptorLength, 9));
+        }
+    EXPECT_EQ(matches_, 0U);  // neither 0 / 0 nor 1 is below the ratio
+}
+
+float sumInOrder(const std::uint16_t* a, const std::uint16_t* b, std::int64_t* whole) {
+    float sum = 0;
+    *whole = 0;
+    for (std::int32_t k = 0; k < descriptorLength; ++k) {
+        const std::int32_t difference = a[k] - b[k];
+        sum += static_cast<float>(difference * difference);
+        *whole += difference * difference;
+    }
+    return sum;
+}
+
+/// References at nearly the same large distance from the query: the same differences in another order, but
+/// for a small one. Float rounding tells them apart, or makes different sums equal.
+Descriptors nearTies(const std::uint16_t* query, std::int32_t references, std::int32_t typical,
+                     Random& random) {
+    std::vector<std::int32_t> differences(descriptorLength);
+    for (std::int32_t& difference : differences) difference = random.between(typical / 2, typical);
+    Descriptors all;
+    for (std::int32_t j = 0; j < references; ++j) {
+        for (std::int32_t k = descriptorLength - 1; k > 1; --k)
+            std::swap(differences[k], differences[random.between(1, k)]);
+        differences[0] = random.between(0, 5);
+        for (std::int32_t k = 0; k < descriptorLength; ++k)
+            all.push_back(static_cast<std::uint16_t>(query[k] + differences[k]));
+    }
+    return all;
+}
+
+TEST_P(Matching, OfLargeSumsThatOnlyRoundingTellsApart) {
+    Random random(34);
+    int turned = 0;  // queries whose nearest by whole numbers is not the nearest
+    // sums from 2^23.6 over 2^24 and 2^25 to 2^32
+    for (const std::int32_t typical : {380, 387, 395, 420, 550, 800, 1500, 3000, 6200})
+        for (int i = 0; i < 25; ++i) {
+            const Descriptors query = someDescriptors(descriptorLength, 150, random);
+            const Descriptors reference = nearTies(query.data(), i % 5 == 0 ? 2 : 60, typical, random);
+            float nearest = 0;
+            std::int64_t smallest = INT64_MAX;
+            std::size_t byFloat = 0;
+            std::size_t byWhole = 0;
+            for (std::size_t j = 0; j < reference.size() / descriptorLength; ++j) {
+                std::int64_t whole = 0;
+                const float sum = sumInOrder(query.data(), &reference[j * descriptorLength], &whole);
+                if (j == 0 || sum < nearest) {
+                    nearest = sum;
+                    byFloat = j;
+                }
+                if (whole < smallest) {
+                    smallest = whole;
+                    byWhole = j;
+                }
+            }
+            turned += byFloat != byWhole ? 1 : 0;
+            // 1 + 2^-20 and 1 + 2^-22: nearly equal distances still match, so that the index is seen
+            for (const float ratio : {2.0F, 1.0F, 1.00000095F, 1.00000024F, 0.99999994F, 0.999999F})
+                of(reference, query, ratio);
+        }
+    EXPECT_GT(turned, 50);
+    EXPECT_GT(matches_, 0U);
+    EXPECT_LT(matches_, queries_);
+}
+
+TEST_P(Matching, OfNoisyCopiesAsFramesHaveThem) {
+    Random random(35);
+    for (const std::int32_t largest : {200, 900, 3000})
+        for (const std::int32_t noise : {largest / 2, largest / 16}) {
+            const Descriptors reference =
+                someDescriptors(std::int64_t{120} * descriptorLength, largest, random);
+            Descriptors query = reference;
+            for (std::uint16_t& value : query)
+                value =
+                    static_cast<std::uint16_t>(std::clamp(value + random.between(-noise, noise), 0, 6400));
+            const Matches matches = of(reference, query);
+            if (noise == largest / 16) {
+                EXPECT_EQ(matches.size(), 120U);
+                for (const Match& match : matches) EXPECT_EQ(match.current, match.previous);
+            }
+        }
+    EXPECT_GT(matches_, 0U);
+}
+
+BRANTEL_AT_EVERY_LEVEL(Matching);
+
+TEST(MatchingArguments, NullDescriptorsAreRefusedWithALine) {
     const Descriptors one = constantDescriptor(7);
     float distance = 0;
-    std::vector<Match> matches;
-    EXPECT_TRUE(
-        calacDistanceIndexFun(one.data(), one.data(), &distance, 0.98F, 1, length, 0, length, matches));
-    EXPECT_TRUE(
-        calacDistanceIndexFun(one.data(), one.data(), &distance, 0.98F, 0, length, 1, length, matches));
-    EXPECT_TRUE(matches.empty());
-}
-
-TEST(Matching, RefusesNullDescriptors) {
-    const Descriptors one = constantDescriptor(7);
-    float distance = 0;
-    std::vector<Match> matches;
-    for (const auto& [reference, query] :
-         {std::pair<const std::uint16_t*, const std::uint16_t*>{nullptr, one.data()},
-          {one.data(), nullptr}}) {
-        const auto* r = reference;
-        const auto* q = query;
-        const auto said = listen(
-            [&] { return calacDistanceIndexFun(r, q, &distance, 0.98F, 1, length, 1, length, matches); });
-        EXPECT_FALSE(said.result);
-        EXPECT_EQ(said.lines, Lines{"calacDistanceIndexFun ptr is null"});
+    Matches matches;
+    for (const bool reference : {true, false}) {
+        const std::uint16_t* r = reference ? nullptr : one.data();
+        const std::uint16_t* q = reference ? one.data() : nullptr;
+        for (const auto& said :
+             {listen([&] {
+                  return calacDistanceIndexFun(toOutput(), r, q, &distance, 0.98F, 1, descriptorLength, 1,
+                                               descriptorLength, matches, nullptr);
+              }),
+              listen([&] {
+                  return reference::calacDistanceIndexFun(toOutput(), r, q, &distance, 0.98F, 1,
+                                                          descriptorLength, 1, descriptorLength, matches);
+              })}) {
+            EXPECT_FALSE(said.result);
+            EXPECT_EQ(said.lines, Lines{"calacDistanceIndexFun ptr is null"});
+        }
     }
 }
 
 TEST(GatherMatchedPoints, PairsPreviousAndCurrentInMatchOrderAndConsumesItsInputs) {
     std::vector<CornerPoint> previous{{1, 2}, {3, 4}};
     std::vector<CornerPoint> current{{10, 20}, {30, 40}, {50, 60}};
-    std::vector<Match> matches{{2, 0}, {0, 1}, {1, 0}};
+    Matches matches{{2, 0}, {0, 1}, {1, 0}};
     std::vector<CornerPoint> a;
     std::vector<CornerPoint> b;
     EXPECT_TRUE(gatherMatchedPoints(previous, current, matches, a, b));
@@ -260,7 +358,7 @@ TEST(GatherMatchedPoints, AnIndexOutsideItsListIsAnError) {
     for (const Match& bad : {Match{1, 0}, Match{0, 1}, Match{-1, 0}, Match{0, -1}}) {
         std::vector<CornerPoint> previous{{1, 2}};
         std::vector<CornerPoint> current{{10, 20}};
-        std::vector<Match> matches{bad};
+        Matches matches{bad};
         std::vector<CornerPoint> a;
         std::vector<CornerPoint> b;
         EXPECT_THROW(gatherMatchedPoints(previous, current, matches, a, b), std::out_of_range);
@@ -268,4 +366,5 @@ TEST(GatherMatchedPoints, AnIndexOutsideItsListIsAnError) {
 }
 
 }  // namespace
+}  // namespace test
 }  // namespace brantel

@@ -1,238 +1,301 @@
-// The strongest corners survive the first cut, the best spread ones the second.
+// The strongest corners survive the first cut, the best spread ones the second. Every case goes through the library's
+// partial sort and grid and through the reference, which sorts everything and compares every corner with every other.
+#include "registration/thinning.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <functional>
 #include <numeric>
 
-#include "registration/thinning.h"
+#if !defined(_WIN32)
+#include <pthread.h>
+#endif
+
+#include "reference/thinning.h"
 #include "support/lines.h"
 #include "support/picture.h"
+#include "support/test_log.h"
 
-namespace brantel {
+namespace brantel::test {
 namespace {
 
-using test::Lines;
-using test::listen;
+using Floats = std::vector<float>;
+using Points = std::vector<CornerPoint>;
 
-const Lines emptyList{"goToGetRidOfSomeSPoints CornervalueIn size is 0"};
+const std::string emptyLine = "goToGetRidOfSomeSPoints CornervalueIn size is 0";
 
 struct Corners {
-    std::vector<float> values;
-    std::vector<CornerPoint> points;
+    Floats values;
+    Points points;
 };
 
-Corners randomCorners(std::size_t count, std::int32_t distinctValues, std::uint64_t seed) {
-    test::Random random(seed);
+bool operator==(const Corners& a, const Corners& b) {
+    return a.values == b.values && a.points == b.points;
+}
+
+/// kinds is how many different responses there are: few of them make many ties.
+Corners someCorners(std::int32_t count, std::int32_t kinds, CornerPoint low, CornerPoint high,
+                    std::uint64_t seed) {
+    Random random(seed);
     Corners corners;
-    for (std::size_t i = 0; i < count; ++i) {
-        corners.values.push_back(static_cast<float>(random.between(1, distinctValues)));
-        corners.points.push_back({random.between(0, 500), random.between(0, 400)});
+    for (std::int32_t i = 0; i < count; ++i) {
+        corners.values.push_back(static_cast<float>(random.between(1, kinds)) * 1.37F);
+        corners.points.push_back({random.between(low.x, high.x), random.between(low.y, high.y)});
     }
     return corners;
 }
 
-std::vector<std::int32_t> sortedIndices(std::vector<float> keys) {
-    std::vector<std::int32_t> indices(keys.size());
-    std::iota(indices.begin(), indices.end(), 0);
-    quickSortDescending(keys, indices, 0, static_cast<std::int32_t>(keys.size()) - 1);
-    return indices;
+/// Scratch that is kept from call to call, as a frame side keeps it.
+ThinningScratch& scratch() {
+    static ThinningScratch kept;
+    return kept;
+}
+
+struct Thinned {
+    bool result = false;
+    Corners corners;
+    std::int32_t count = -5;
+};
+
+Thinned thinned(const Corners& corners, std::int32_t budget, std::int32_t cap) {
+    Thinned library{false, corners};
+    Thinned expected{false, corners};
+    library.result = goToGetRidOfSomeSPoints(toOutput(), library.corners.values, library.corners.points,
+                                             budget, cap, 1, 1, &library.count, scratch());
+    expected.result = reference::goToGetRidOfSomeSPoints(
+        toOutput(), expected.corners.values, expected.corners.points, budget, cap, 1, 1, &expected.count);
+    EXPECT_EQ(library.result, expected.result);
+    EXPECT_EQ(library.count, expected.count);
+    EXPECT_TRUE(library.corners == expected.corners);
+    return library;
+}
+
+struct Spread {
+    bool result = false;
+    Points points;
+};
+
+/// Behind what points the list holds already.
+Spread spread(const Corners& corners, std::int32_t count, std::int32_t scale = 1, float c = 0.5F,
+              const Points& before = {}) {
+    Corners list = corners;
+    Spread library{false, before};
+    library.result =
+        selectSpreadCorners(toOutput(), list.values, list.points, count, scale, c, library.points, scratch());
+    EXPECT_TRUE(list.values.empty() && list.points.empty());
+    list = corners;
+    Spread expected{false, before};
+    expected.result = reference::selectSpreadCorners(toOutput(), list.values, list.points, count, scale, c,
+                                                     expected.points);
+    EXPECT_TRUE(list.values.empty() && list.points.empty());
+    EXPECT_EQ(library.result, expected.result);
+    EXPECT_TRUE(library.points == expected.points);
+    return library;
+}
+
+/// Both steps, as detection takes them.
+void thinAndSpread(const Corners& corners, std::int32_t budget, std::int32_t cap, float c = 0.5F,
+                   std::int32_t scale = 2) {
+    const Thinned left = thinned(corners, budget, cap);
+    spread(left.corners, std::min(left.count, static_cast<std::int32_t>(left.corners.points.size())), scale,
+           c, {{1, 2}});
+}
+
+TEST(Thinning, OfCornersWithManyTies) {
+    std::uint64_t seed = 1;
+    for (const std::int32_t count : {1, 2, 3, 10, 99, 100, 101, 150, 400, 1200})
+        for (const std::int32_t kinds : {1, 2, 5, 60, 100000})
+            for (const std::int32_t side : {5, 60, 700, 3000})
+                for (const std::int32_t budget : {count / 4, count}) {
+                    const Corners corners = someCorners(count, kinds, {0, 0}, {side, side / 2}, seed++);
+                    thinAndSpread(corners, budget, count / 2);  // more than the cap
+                    thinAndSpread(corners, budget, count);      // as many
+                    thinAndSpread(corners, budget, 7 * count);  // less
+                    ASSERT_FALSE(testing::Test::HasFailure())
+                        << count << " corners, " << kinds << " kinds, side " << side;
+                }
+}
+
+TEST(Thinning, OfSeveralThousandCorners) {
+    for (const std::int32_t kinds : {3, 1000, 1000000}) {
+        const Corners corners = someCorners(6000, kinds, {20, 20}, {1300, 1000}, kinds);
+        thinAndSpread(corners, 162, 1134);
+        thinAndSpread(corners, 4000, 5500);
+        thinAndSpread(corners, 6000, 9000);
+    }
+}
+
+TEST(Thinning, OfSortedCorners) {
+    for (const std::int32_t count : {50, 500, 2500}) {
+        Corners corners = someCorners(count, 400, {0, 0}, {800, 600}, count);
+        std::sort(corners.values.begin(), corners.values.end());
+        thinAndSpread(corners, count / 3, count / 2);
+        thinAndSpread(corners, count / 3, 2 * count);
+        std::sort(corners.values.begin(), corners.values.end(), std::greater<>());
+        thinAndSpread(corners, count / 3, count / 2);
+        thinAndSpread(corners, count / 3, 2 * count);
+    }
+}
+
+TEST(Thinning, OfClusteredCornersFarApart) {
+    Random random(7);
+    for (const std::int32_t distance : {16, 255, 256, 257, 1000, 29000}) {
+        Corners corners;
+        for (std::int32_t i = 0; i < 600; ++i) {
+            const std::int32_t cluster = random.between(0, 1);
+            corners.values.push_back(static_cast<float>(random.between(1, 3) << (4 * cluster)));
+            corners.points.push_back({cluster * distance + random.between(0, 3), random.between(0, 3)});
+        }
+        thinAndSpread(corners, 100, 1000);
+    }
+}
+
+TEST(Thinning, OfCornersWhoseDistancesWrap) {
+    std::uint64_t seed = 1;
+    // negative ones, and so far apart that a squared distance does not fit 32 bits
+    const CornerPoint ranges[][2] = {{{-50, -50}, {50, 50}},
+                                     {{-1, 0}, {300, 200}},
+                                     {{0, 0}, {30001, 10}},
+                                     {{29990, 29990}, {30010, 30010}},
+                                     {{-1000000, -1000000}, {1000000, 1000000}},
+                                     {{0, 65530}, {65540, 65536}}};
+    for (const auto& [low, high] : ranges)
+        for (const std::int32_t count : {2, 90, 700})
+            thinAndSpread(someCorners(count, 40, low, high, seed++), count / 2, count);
+}
+
+TEST(Thinning, WithOtherFactorsAndScales) {
+    for (const float c : {0.1F, 0.5F, 0.9F, 1.0F, 1.5F})
+        for (const std::int32_t scale : {1, 2, 3})
+            thinAndSpread(someCorners(300, 20, {0, 0}, {400, 300}, scale), 80, 250, c, scale);
 }
 
 TEST(Thinning, KeepsEverythingInPlaceUpToTheCap) {
-    for (const std::size_t count : {1U, 5U, 21U}) {
-        Corners corners = randomCorners(count, 100, count);
-        const Corners before = corners;
-        std::int32_t kept = -1;
-        EXPECT_TRUE(goToGetRidOfSomeSPoints(corners.values, corners.points, 3, 21, 1, 1, &kept));
-        EXPECT_EQ(kept, std::min<std::int32_t>(3, static_cast<std::int32_t>(count)));
-        EXPECT_EQ(corners.values, before.values);
-        EXPECT_EQ(corners.points, before.points);
-    }
-}
-
-TEST(Thinning, KeepsExactlyTheCapStrongestFirst) {
-    for (const std::int32_t distinct : {2, 10, 100000}) {
-        Corners corners = randomCorners(300, distinct, 5);
-        const Corners before = corners;
-        const std::vector<std::int32_t> order = sortedIndices(before.values);
-        std::int32_t kept = -1;
-        EXPECT_TRUE(goToGetRidOfSomeSPoints(corners.values, corners.points, 10, 70, 1, 1, &kept));
-        EXPECT_EQ(kept, 10);
-        ASSERT_EQ(corners.values.size(), 70U);
-        ASSERT_EQ(corners.points.size(), 70U);
-        for (std::size_t k = 0; k < 70; ++k) {
-            EXPECT_EQ(corners.values[k], before.values[order[k]]);
-            EXPECT_EQ(corners.points[k], before.points[order[k]]);
-        }
-        EXPECT_TRUE(std::is_sorted(corners.values.rbegin(), corners.values.rend()));
-    }
+    const Corners corners{{7, 9, 8}, {{30, 40}, {1, 2}, {5, 6}}};
+    const Thinned out = thinned(corners, 2, 3);
+    EXPECT_TRUE(out.result);
+    EXPECT_EQ(out.count, 2);
+    EXPECT_TRUE(out.corners == corners);
+    EXPECT_EQ(thinned(corners, 181, 1267).count, 3);
 }
 
 TEST(Thinning, OneCornerBeyondTheCapIsEnoughToSort) {
-    Corners corners{{1, 2, 3, 4}, {{1, 1}, {2, 2}, {3, 3}, {4, 4}}};
-    std::int32_t kept = -1;
-    EXPECT_TRUE(goToGetRidOfSomeSPoints(corners.values, corners.points, 3, 3, 1, 1, &kept));
-    EXPECT_EQ(corners.values, (std::vector<float>{4, 3, 2}));
-    EXPECT_EQ(corners.points, (std::vector<CornerPoint>{{4, 4}, {3, 3}, {2, 2}}));
+    const Thinned out = thinned({{1, 2, 3, 4}, {{1, 1}, {2, 2}, {3, 3}, {4, 4}}}, 3, 3);
+    EXPECT_TRUE(out.result);
+    EXPECT_EQ(out.corners.values, (Floats{4, 3, 2}));
+    EXPECT_EQ(out.corners.points, (Points{{4, 4}, {3, 3}, {2, 2}}));
 }
 
-TEST(Thinning, ASingleMaximumStaysAndCountsOne) {
-    Corners corners{{7}, {{30, 40}}};
-    std::int32_t kept = -1;
-    EXPECT_TRUE(goToGetRidOfSomeSPoints(corners.values, corners.points, 181, 1267, 1, 1, &kept));
-    EXPECT_EQ(kept, 1);
-    EXPECT_EQ(corners.points, (std::vector<CornerPoint>{{30, 40}}));
+TEST(Thinning, LeavesEqualResponsesWhereTheUnstableSortDoes) {
+    const Corners corners{{5, 7, 5, 7, 5, 9, 1}, {{0, 0}, {1, 0}, {2, 0}, {3, 0}, {4, 0}, {5, 0}, {6, 0}}};
+    EXPECT_EQ(thinned(corners, 6, 6).corners.points,
+              (Points{{5, 0}, {1, 0}, {3, 0}, {2, 0}, {4, 0}, {0, 0}}));
 }
 
 TEST(Thinning, CountIsTakenBeforeTheCut) {
-    Corners corners = randomCorners(10, 50, 3);
-    std::int32_t kept = -1;
-    EXPECT_TRUE(goToGetRidOfSomeSPoints(corners.values, corners.points, 8, 4, 1, 1, &kept));
-    EXPECT_EQ(kept, 8);
-    EXPECT_EQ(corners.values.size(), 4U);
+    const Thinned out = thinned(someCorners(10, 50, {0, 0}, {500, 400}, 3), 8, 4);
+    EXPECT_EQ(out.count, 8);
+    EXPECT_EQ(out.corners.values.size(), 4U);
 }
 
 TEST(Thinning, RefusesEmptyListsWithOneLineAndNoCount) {
-    std::vector<float> values;
-    std::vector<CornerPoint> points{{1, 1}};
-    std::int32_t kept = -7;
-    auto said = listen([&] { return goToGetRidOfSomeSPoints(values, points, 1, 7, 1, 1, &kept); });
-    EXPECT_FALSE(said.result);
-    EXPECT_EQ(said.lines, emptyList);
-    values = {1};
-    points.clear();
-    said = listen([&] { return goToGetRidOfSomeSPoints(values, points, 1, 7, 1, 1, &kept); });
-    EXPECT_FALSE(said.result);
-    EXPECT_EQ(said.lines, emptyList);
-    EXPECT_EQ(kept, -7);
+    for (const Corners& corners : {Corners{{}, {{1, 1}}}, Corners{{1}, {}}}) {
+        Thinned out;
+        EXPECT_EQ(captureLines([&] { out = thinned(corners, 1, 7); }), (Lines{emptyLine, emptyLine}))
+            << "one from each";
+        EXPECT_FALSE(out.result);
+        EXPECT_EQ(out.count, -5);
+    }
 }
 
 TEST(Thinning, ABudgetOfZeroOrLessLeavesNoCorner) {
     for (const std::int32_t budget : {0, -25}) {
-        Corners corners = randomCorners(40, 50, 3);
-        std::int32_t kept = 99;
-        EXPECT_FALSE(
-            goToGetRidOfSomeSPoints(corners.values, corners.points, budget, 7 * budget, 1, 1, &kept));
-        EXPECT_EQ(kept, budget);
-        EXPECT_TRUE(corners.values.empty());
+        const Thinned out = thinned(someCorners(40, 50, {0, 0}, {500, 400}, 3), budget, 7 * budget);
+        EXPECT_FALSE(out.result);
+        EXPECT_EQ(out.count, budget);
+        EXPECT_TRUE(out.corners.values.empty());
     }
-}
-
-/// The radius rule word for word.
-std::vector<float> literalRadii(const Corners& corners, float c) {
-    float strongest = 0.0F;
-    for (const float value : corners.values)
-        if (value >= strongest) strongest = value;
-    const float threshold = strongest * c;
-    std::vector<float> radii;
-    for (std::size_t i = 0; i < corners.values.size(); ++i) {
-        if (corners.values[i] > threshold) {
-            radii.push_back(65535.0F);
-            continue;
-        }
-        std::int32_t m = 65535;
-        for (std::size_t j = 0; j < corners.values.size(); ++j)
-            if (c * corners.values[j] > corners.values[i]) {
-                const std::int32_t dy = corners.points[j].y - corners.points[i].y;
-                const std::int32_t dx = corners.points[i].x - corners.points[j].x;
-                m = std::min(m, dy * dy + dx * dx);
-            }
-        radii.push_back(static_cast<float>(m));
-    }
-    return radii;
-}
-
-TEST(Spreading, KeepsTheCornersOfTheLargestRadiiInSortOrder) {
-    for (const std::int32_t distinct : {3, 8, 1000, 1 << 22})
-        for (std::uint64_t seed = 0; seed < 15; ++seed) {
-            const Corners before = randomCorners(60 + seed * 31, distinct, seed);
-            const std::vector<std::int32_t> order = sortedIndices(literalRadii(before, 0.5F));
-            Corners corners = before;
-            std::vector<CornerPoint> out;
-            ASSERT_TRUE(selectSpreadCorners(corners.values, corners.points, 40, 2, 0.5F, out));
-            ASSERT_EQ(out.size(), 40U);
-            for (std::size_t k = 0; k < out.size(); ++k) {
-                const CornerPoint& point = before.points[order[k]];
-                ASSERT_EQ(out[k], (CornerPoint{2 * point.x, 2 * point.y}))
-                    << "place " << k << " seed " << seed;
-            }
-            EXPECT_TRUE(corners.values.empty());
-            EXPECT_TRUE(corners.points.empty());
-        }
 }
 
 TEST(Spreading, CornersAboveHalfTheMaximumComeFirst) {
     // 51 and 100 have no neighbour twice as strong; 50 is not above the half and lies beside 51
-    Corners corners{{50, 100, 10, 51}, {{0, 0}, {300, 300}, {305, 300}, {1, 0}}};
-    std::vector<CornerPoint> out;
-    ASSERT_TRUE(selectSpreadCorners(corners.values, corners.points, 4, 1, 0.5F, out));
-    EXPECT_EQ(out.back(), (CornerPoint{305, 300})) << "5 pixels from a corner ten times as strong";
+    const Spread out = spread({{50, 100, 10, 51}, {{0, 0}, {300, 300}, {305, 300}, {1, 0}}}, 4);
+    EXPECT_EQ(out.points.back(), (CornerPoint{305, 300})) << "5 pixels from a corner ten times as strong";
 }
 
 TEST(Spreading, ANeighbourExactlyTwiceAsStrongDoesNotSuppress) {
-    Corners corners{{50, 100, 49}, {{10, 10}, {11, 10}, {12, 10}}};
-    std::vector<CornerPoint> out;
-    ASSERT_TRUE(selectSpreadCorners(corners.values, corners.points, 2, 1, 0.5F, out));
-    for (const CornerPoint& point : out) EXPECT_FALSE(point == (CornerPoint{12, 10}));
+    const Spread out = spread({{50, 100, 49}, {{10, 10}, {11, 10}, {12, 10}}}, 2);
+    for (const CornerPoint& point : out.points) EXPECT_FALSE(point == (CornerPoint{12, 10}));
 }
 
 TEST(Spreading, RadiiAreCappedAt65535SoFarCornersTieWithTheStrongest) {
-    Corners corners{{100, 1, 2}, {{0, 0}, {5000, 5000}, {10, 0}}};
-    const Corners before = corners;
-    EXPECT_EQ(literalRadii(before, 0.5F), (std::vector<float>{65535, 65535, 100}));
-    std::vector<CornerPoint> out;
-    ASSERT_TRUE(selectSpreadCorners(corners.values, corners.points, 2, 1, 0.5F, out));
-    EXPECT_EQ(out, (std::vector<CornerPoint>{{0, 0}, {5000, 5000}}));
+    EXPECT_EQ(spread({{100, 1, 2}, {{0, 0}, {5000, 5000}, {10, 0}}}, 2).points,
+              (Points{{0, 0}, {5000, 5000}}));
 }
 
-TEST(Spreading, ScalesEveryPointUnlessTheScaleIsOne) {
-    for (const std::int32_t scale : {1, 2, 3}) {
-        Corners corners{{5}, {{21, 35}}};
-        std::vector<CornerPoint> out;
-        ASSERT_TRUE(selectSpreadCorners(corners.values, corners.points, 1, scale, 0.5F, out));
-        EXPECT_EQ(out, (std::vector<CornerPoint>{{21 * scale, 35 * scale}}));
-    }
+TEST(Spreading, ScalesEveryPointAndAppends) {
+    for (const std::int32_t scale : {1, 2, 3})
+        EXPECT_EQ(spread({{5}, {{21, 35}}}, 1, scale, 0.5F, {{1, 1}}).points,
+                  (Points{{1, 1}, {21 * scale, 35 * scale}}));
 }
 
 TEST(Spreading, FewerPointsThanAskedForAreCopiedUnscaled) {
-    Corners corners{{5, 6}, {{21, 35}, {40, 50}}};
-    std::vector<CornerPoint> out{{1, 1}};
-    EXPECT_TRUE(selectSpreadCorners(corners.values, corners.points, 3, 2, 0.5F, out));
-    EXPECT_EQ(out, (std::vector<CornerPoint>{{21, 35}, {40, 50}}));
-    EXPECT_TRUE(corners.points.empty());
-}
-
-TEST(Spreading, AppendsBehindWhatTheListHolds) {
-    Corners corners{{5}, {{21, 35}}};
-    std::vector<CornerPoint> out{{1, 1}};
-    ASSERT_TRUE(selectSpreadCorners(corners.values, corners.points, 1, 2, 0.5F, out));
-    EXPECT_EQ(out, (std::vector<CornerPoint>{{1, 1}, {42, 70}}));
+    const Spread out = spread({{5, 6}, {{21, 35}, {40, 50}}}, 3, 2, 0.5F, {{1, 1}});
+    EXPECT_TRUE(out.result);
+    EXPECT_EQ(out.points, (Points{{21, 35}, {40, 50}})) << "in place of what was there";
 }
 
 TEST(Spreading, RefusesEmptyListsWithOneLineAndEmptiesBoth) {
-    std::vector<float> values;
-    std::vector<CornerPoint> points{{1, 1}};
-    std::vector<CornerPoint> out;
-    auto said = listen([&] { return selectSpreadCorners(values, points, 1, 2, 0.5F, out); });
-    EXPECT_FALSE(said.result);
-    EXPECT_EQ(said.lines, emptyList);
-    EXPECT_TRUE(points.empty());
-    values = {1};
-    said = listen([&] { return selectSpreadCorners(values, points, 1, 2, 0.5F, out); });
-    EXPECT_FALSE(said.result);
-    EXPECT_EQ(said.lines, emptyList);
-    EXPECT_TRUE(values.empty());
+    for (const Corners& corners : {Corners{{}, {{1, 1}}}, Corners{{1}, {}}}) {
+        Spread out;
+        EXPECT_EQ(captureLines([&] { out = spread(corners, 1, 2); }), (Lines{emptyLine, emptyLine}))
+            << "one from each";
+        EXPECT_FALSE(out.result);
+    }
 }
 
 TEST(Spreading, ACountBelowOneKeepsNothing) {
     for (const std::int32_t count : {0, -4}) {
-        Corners corners{{5}, {{21, 35}}};
-        std::vector<CornerPoint> out;
-        EXPECT_FALSE(selectSpreadCorners(corners.values, corners.points, count, 2, 0.5F, out));
-        EXPECT_TRUE(out.empty());
-        EXPECT_TRUE(corners.points.empty());
+        const Spread out = spread({{5}, {{21, 35}}}, count, 2);
+        EXPECT_FALSE(out.result);
+        EXPECT_TRUE(out.points.empty());
     }
 }
 
+#if !defined(_WIN32)
+
+/// Runs on a thread whose stack would hold no recursion per element.
+void onSmallStack(const std::function<void()>& run) {
+    pthread_attr_t attributes;
+    ASSERT_EQ(pthread_attr_init(&attributes), 0);
+    ASSERT_EQ(pthread_attr_setstacksize(&attributes, std::size_t{512} * 1024), 0);
+    pthread_t thread{};
+    const auto body = [](void* argument) -> void* {
+        (*static_cast<const std::function<void()>*>(argument))();
+        return nullptr;
+    };
+    ASSERT_EQ(pthread_create(&thread, &attributes, body, const_cast<std::function<void()>*>(&run)), 0);
+    pthread_join(thread, nullptr);
+    pthread_attr_destroy(&attributes);
+}
+
+TEST(Thinning, NeedsNoDeepStackForSortedOrEqualResponses) {
+    constexpr std::int32_t count = 60000;
+    Corners ascending{Floats(count), Points(count)};
+    std::iota(ascending.values.begin(), ascending.values.end(), 1.0F);
+    Corners descending = ascending;
+    std::reverse(descending.values.begin(), descending.values.end());
+    Corners equal = ascending;
+    std::fill(equal.values.begin(), equal.values.end(), 65535.0F);
+    onSmallStack([&] {
+        for (Corners* corners : {&ascending, &descending, &equal})
+            EXPECT_TRUE(thinned(*corners, 181, count - 1).result);
+        EXPECT_EQ(thinned(ascending, 181, count - 1).corners.values.front(), count);
+    });
+}
+
+#endif
+
 }  // namespace
-}  // namespace brantel
+}  // namespace brantel::test

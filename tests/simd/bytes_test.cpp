@@ -1,14 +1,15 @@
 // The loops over bytes, each against the same thing written out.
-#include <cmath>
+#include <algorithm>
+#include <cstdlib>
 #include <numeric>
 
-#include <numeric>
 #include "common/tuning.h"
-#include "plain/image_ops.h"
-#include "plain/weights.h"
-
-#include "simd/at_level.h"
-#include "simd/rows.h"
+#include "reference/filters.h"
+#include "reference/image_ops.h"
+#include "reference/weights.h"
+#include "support/at_level.h"
+#include "support/rows.h"
+#include "support/test_log.h"
 
 namespace brantel::test {
 namespace {
@@ -27,7 +28,7 @@ TEST_P(ByteLoops, GreyRow) {
         GuardedBuffer<std::uint8_t> out(pixels, place.guard, place.off);
         kernels().greyRow(in->data(), pixels, out.data());
         Bytes expected(pixels);
-        plain::rgb2gray(in->data(), 1, static_cast<std::int32_t>(pixels), expected.data());
+        reference::rgb2gray(toOutput(), in->data(), 1, static_cast<std::int32_t>(pixels), expected.data());
         ASSERT_EQ(valuesOf(out), expected);
         ASSERT_TRUE(out.intact());
     });
@@ -55,12 +56,12 @@ TEST_P(ByteLoops, Smooth5) {
         }
         GuardedBuffer<std::uint8_t> out(count, place.guard, place.off);
         kernels().smooth5(taps, smoothingKernel, count, out.data());
-        Bytes expected;
-        for (std::int64_t i = 0; i < count; ++i) {
-            float sum = 0;
-            for (int t = 0; t < 5; ++t) sum += smoothingKernel[t] * static_cast<float>(taps[t][i]);
-            expected.push_back(static_cast<std::uint8_t>(sum));
-        }
+        Bytes image;
+        for (const auto& row : rows) image.insert(image.end(), row->begin(), row->end());
+        Bytes filtered(image.size());
+        reference::filterColumn5u8(toOutput(), image.data(), 5, static_cast<std::int32_t>(count),
+                                   filtered.data());
+        const Bytes expected(filtered.begin() + 2 * count, filtered.begin() + 3 * count);
         ASSERT_EQ(valuesOf(out), expected);
         ASSERT_TRUE(out.intact());
     });
@@ -74,7 +75,8 @@ TEST_P(ByteLoops, Smooth5OfOneRowWithNeighbouringTaps) {
         GuardedBuffer<std::uint8_t> out(count);
         kernels().smooth5(taps, smoothingKernel, count, out.data());
         Bytes expected(in->begin(), in->end());
-        plain::filterRow5u8(in->data(), 1, static_cast<std::int32_t>(count) + 4, expected.data());
+        reference::filterRow5u8(toOutput(), in->data(), 1, static_cast<std::int32_t>(count) + 4,
+                                expected.data());
         ASSERT_EQ(valuesOf(out), Bytes(expected.begin() + 2, expected.end() - 2)) << count;
     }
 }
@@ -105,7 +107,8 @@ TEST_P(ByteLoops, OccupancyRow) {
             GuardedBuffer<std::uint8_t> out(pixels, place.guard, place.off);
             const bool anyEmpty = kernels().occupancyRow(in->data(), pixels, channels, out.data());
             std::vector<float> mask(pixels);
-            plain::occupancyMask(in->data(), 1, static_cast<std::int32_t>(pixels), channels, mask.data());
+            reference::occupancyMask(toOutput(), in->data(), 1, static_cast<std::int32_t>(pixels), channels,
+                                     mask.data());
             ASSERT_EQ(valuesOf(out), Bytes(mask.begin(), mask.end()));
             ASSERT_EQ(anyEmpty, std::find(mask.begin(), mask.end(), 0.0F) != mask.end());
             ASSERT_TRUE(out.intact());
@@ -118,8 +121,8 @@ TEST_P(ByteLoops, FuseRow) {
             const auto frame = placed(bytesOf(contents, channels * pixels, seed), place);
             const auto weights = placed(bytesOf(allContents[seed % 5], pixels, seed + 1), place);
             const auto canvas = placed(randomBytes(channels * pixels, seed + 2), place);
-            Bytes expected = valuesOf(*frame);  // the plain routine writes where the frame was
-            plain::fuseImages(canvas->data(), weights->data(), pixels, channels, expected.data());
+            Bytes expected = valuesOf(*frame);  // the reference writes where the frame was
+            reference::fuseImages(canvas->data(), weights->data(), pixels, channels, expected.data());
             kernels().fuseRow(frame->data(), weights->data(), pixels, channels, canvas->data());
             ASSERT_EQ(valuesOf(*canvas), expected);
             ASSERT_TRUE(canvas->intact());

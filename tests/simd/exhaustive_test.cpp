@@ -1,8 +1,8 @@
 // Loops whose inputs are few enough to try all of them.
-#include "plain/image_ops.h"
-#include "plain/weights.h"
-#include "simd/at_level.h"
-#include "simd/rows.h"
+#include "common/grey.h"
+#include "reference/weights.h"
+#include "support/at_level.h"
+#include "support/rows.h"
 
 namespace brantel::test {
 namespace {
@@ -27,7 +27,7 @@ TEST_P(EveryInput, GreyAndOccupancyOfEveryColour) {
         bool anyZero = false;
         int wrong = 0;
         for (int i = 0; i < square; ++i) {
-            const int expected = plain::greyOf(blue, i >> 8, i & 255);
+            const int expected = greyOf(blue, i >> 8, i & 255);
             wrong += grey[i] != expected || occupied[i] != (expected > 0 ? 255 : 0) ? 1 : 0;
             anyZero |= expected == 0;
         }
@@ -50,7 +50,7 @@ TEST_P(EveryInput, FusingEveryWeightFrameAndCanvas) {
             Bytes canvas = start;
             Bytes expected = frame;
             simd::kernels().fuseRow(frame.data(), weights.data(), square, channels, canvas.data());
-            plain::fuseImages(start.data(), weights.data(), square, channels, expected.data());
+            reference::fuseImages(start.data(), weights.data(), square, channels, expected.data());
             ASSERT_TRUE(canvas == expected) << "weight " << w << ", " << channels << " channels";
         }
     }

@@ -1,12 +1,14 @@
-// The loops over gradient products, descriptors and coordinates, each against the same thing written out.
+// The loops over gradient products, descriptors and coordinates, each against the reference or the same thing written out.
 #include <algorithm>
 #include <cmath>
 
 #include "common/tuning.h"
-#include "plain/filters.h"
-#include "plain/image_ops.h"
-#include "simd/at_level.h"
-#include "simd/rows.h"
+#include "reference/filters.h"
+#include "reference/image_ops.h"
+#include "registration/harris.h"
+#include "support/at_level.h"
+#include "support/rows.h"
+#include "support/test_log.h"
 
 namespace brantel::test {
 namespace {
@@ -42,8 +44,8 @@ TEST_P(FloatLoops, GradientRow) {
         corners().gradientRow(at - cols, at, at + cols, 1, cols - 1, xx.data(), yy.data(), xy.data());
         Floats expected[3];
         for (Floats& product : expected) product.resize(3 * cols);
-        plain::findGradSquareCrossTerms(image->data(), 3, cols, expected[0].data(), expected[1].data(),
-                                        expected[2].data());
+        reference::findGradSquareCrossTerms(toOutput(), image->data(), 3, cols, expected[0].data(),
+                                            expected[1].data(), expected[2].data());
         GuardedBuffer<float>* found[3] = {&xx, &yy, &xy};
         for (int p = 0; p < 3; ++p) {
             ASSERT_EQ(valuesOf(*found[p]),
@@ -72,24 +74,39 @@ TEST_P(FloatLoops, GradientRowStaysInsideItsColumns) {
         }
 }
 
+/// Rows of cols values in the middle of a black image, of which the corner border leaves the middle row only, but for margin
+/// columns on both sides.
+struct Bordered {
+    std::int32_t cols;
+    std::int32_t before;
+    Floats image;
+
+    Bordered(const float* rows, std::int32_t rowCount, std::int32_t rowCols, std::int32_t margin)
+        : cols(rowCols + 2 * (harrisBorder - margin)), before(harrisBorder - margin), image(41 * cols) {
+        for (std::int32_t r = 0; r < rowCount; ++r)
+            std::copy_n(rows + r * rowCols, rowCols, &image[(20 - rowCount / 2 + r) * cols + before]);
+    }
+};
+
 /// The response of the middle one of five rows of products, from the whole images.
-Floats plainResponse(const Floats* products, std::int32_t cols) {
-    Floats filtered[3];
+Floats responseOf(const Floats* images, std::int32_t cols) {
+    std::vector<Bordered> filtered;
     for (int p = 0; p < 3; ++p) {
         Floats columnFiltered(5 * cols);
-        filtered[p].resize(5 * cols);
-        plain::filterColumn5(products[p].data(), responseKernel, 5, cols, columnFiltered.data());
-        plain::filterRow5(columnFiltered.data(), responseKernel, 5, cols, filtered[p].data());
+        Floats both(5 * cols);
+        reference::filterColumn5(toOutput(), images[p].data(), responseKernel, 5, cols,
+                                 columnFiltered.data());
+        reference::filterRow5(toOutput(), columnFiltered.data(), responseKernel, 5, cols, both.data());
+        filtered.emplace_back(&both[2 * cols], 1, cols, 2);
     }
-    Floats response(cols);
-    for (std::int64_t x = 2; x < cols - 2; ++x) {
-        const float a = filtered[0][2 * cols + x];
-        const float b = filtered[1][2 * cols + x];
-        const float c = filtered[2][2 * cols + x];
-        const float trace = a + b;
-        response[x] = std::max(a * b - c * c - trace * harrisK * trace, 0.0F);
-    }
-    return response;
+    Bordered response(&images[0][0], 0, cols, 2);
+    float mean = 0;
+    float sum = 0;
+    calcResponseValue(toOutput(), filtered[0].image.data(), filtered[1].image.data(),
+                      filtered[2].image.data(), harrisK, 41, response.cols, response.image.data(), &mean,
+                      &sum);
+    const auto row = response.image.begin() + 20 * response.cols + response.before;
+    return {row, row + cols};
 }
 
 TEST_P(FloatLoops, HarrisRow) {
@@ -106,7 +123,6 @@ TEST_P(FloatLoops, HarrisRow) {
             rows[t] = placed(line, place);
             row.products[t] = rows[t]->data();
         }
-        const auto above = placed(products(cols, seed + 1), place);
         GuardedBuffer<float> filtered(3 * cols, place.guard, place.off);
         GuardedBuffer<float> out(cols, place.guard, place.off);
         row.plane = cols;
@@ -114,12 +130,8 @@ TEST_P(FloatLoops, HarrisRow) {
         row.kernel = responseKernel;
         row.k = harrisK;
         row.response = out.data();
-        row.responseAbove = above->data();
-        float sum = static_cast<float>(seed) * 1000.3F;
-        const float found = corners().harrisRow(row, 2, cols - 2, sum);
-        for (std::int64_t x = 2; x < cols - 2; ++x) sum += (*above)[x];
-        ASSERT_EQ(found, sum);
-        ASSERT_EQ(valuesOf(out), plainResponse(images, cols));
+        corners().harrisRow(row, 2, cols - 2);
+        ASSERT_EQ(valuesOf(out), responseOf(images, cols));
         ASSERT_TRUE(out.intact() && filtered.intact());
     });
 }
@@ -134,13 +146,13 @@ TEST_P(FloatLoops, MaximaInRow) {
         const auto image = placed(values, place);
         const float* at = image->data() + cols;
         const float threshold = seed % 3 == 0 ? 0.0F : static_cast<float>(seed % 256);
+        const Bordered bordered(image->data(), 3, static_cast<std::int32_t>(cols), 1);
+        Floats maxima;
+        std::vector<CornerPoint> points;
+        responseValueMaxSuppression(toOutput(), bordered.image.data(), threshold, 41, bordered.cols, maxima,
+                                    points);
         std::vector<std::int32_t> expected;
-        for (std::int64_t x = 1; x < cols - 1; ++x) {
-            float maximum = at[x];
-            for (int r = -1; r <= 1; ++r)
-                for (int c = -1; c <= 1; ++c) maximum = std::max(maximum, at[r * cols + x + c]);
-            if (maximum > threshold && maximum == at[x]) expected.push_back(static_cast<std::int32_t>(x));
-        }
+        for (const CornerPoint& point : points) expected.push_back(point.x - bordered.before);
         GuardedBuffer<std::int32_t> columns(inner + simd::maximaSlack, place.guard, place.off);
         const std::int64_t found =
             corners().maximaInRow(at - cols, at, at + cols, threshold, 1, cols - 1, columns.data());

@@ -3,9 +3,9 @@
 #include <cmath>
 #include <limits>
 
-#include "plain/weights.h"
-#include "simd/at_level.h"
-#include "simd/rows.h"
+#include "reference/weights.h"
+#include "support/at_level.h"
+#include "support/rows.h"
 
 namespace brantel::test {
 namespace {
@@ -78,7 +78,7 @@ TEST_P(SeamLoops, UnskewRowsBringsThemBack) {
         }
 }
 
-/// A block of rows between the row above and the row below, as the plain transform sees it.
+/// A block of rows between the row above and the row below, as the whole image has them.
 struct Block {
     Block(std::int64_t rowCount, std::int64_t colCount, std::uint64_t seed) : rows(rowCount), cols(colCount) {
         Random random(seed);
@@ -97,25 +97,17 @@ struct Block {
 
     float at(std::int64_t row, std::int64_t col) const { return distances[(row + 1) * cols + col]; }
 
-    void passForward() {
-        for (std::int64_t r = 0; r < rows; ++r)
-            for (std::int64_t c = 1; c < cols - 1; ++c) relax(r, c, -1);
-    }
-    void passBackward() {
-        for (std::int64_t r = rows - 1; r >= 0; --r)
-            for (std::int64_t c = cols - 2; c >= 1; --c) relax(r, c, 1);
-    }
+    void passForward() { pass(reference::chamferForward); }
+    void passBackward() { pass(reference::chamferBackward); }
 
     std::int64_t rows;
     std::int64_t cols;
     Floats distances;  // with the row above and the row below
 
   private:
-    void relax(std::int64_t r, std::int64_t c, std::int64_t step) {
-        float& value = distances[(r + 1) * cols + c];
-        if (value == 0.0F) return;
-        value =
-            std::min({value, at(r, c + step) + 0.2F, at(r + step, c) + 0.2F, at(r + step, c + step) + 0.3F});
+    template <class Pass>
+    void pass(Pass&& referencePass) {
+        referencePass(distances.data(), static_cast<std::int32_t>(rows) + 2, static_cast<std::int32_t>(cols));
     }
 };
 
@@ -199,54 +191,56 @@ Floats someDistances(std::int64_t count, Random& random) {
 
 class SeamWeights : public SeamLoops {
   protected:
-    /// The plain weight of each pixel of the block, given the frame's distance at (row, column).
-    template <class Frame>
-    void expectWeights(GuardedBuffer<std::uint8_t>& weights, GuardedBuffer<float>& canvas, std::int64_t cols,
-                       Frame&& frame) {
-        for (std::int64_t r = 0; r < seamLanes; ++r)
-            for (std::int64_t c = 0; c < cols; ++c) {
-                const float b = frame(r, c);
-                std::uint8_t expected = 0;
-                plain::weightsFromDistances(&canvas[skewedAt(r, c)], &b, 1, &expected);
-                ASSERT_EQ(weights[skewedAt(r, c)], expected) << r << ", " << c << " of " << cols;
+    /// weigh(canvas, cols, weights, place) fills a block of the canvas's weights and returns what gives the frame's
+    /// distance at (row, column).
+    template <class Weigh>
+    void expectTheReferences(Weigh&& weigh) {
+        for (const std::int64_t cols : widths())
+            for (const Place& place : places) {
+                const auto canvas = placed(someDistances(skewedSize(cols), random), place);
+                GuardedBuffer<std::uint8_t> weights(skewedSize(cols), place.guard, place.off);
+                const auto frame = weigh(canvas->data(), cols, weights.data(), place);
+                for (std::int64_t r = 0; r < seamLanes; ++r)
+                    for (std::int64_t c = 0; c < cols; ++c) {
+                        const float b = frame(r, c);
+                        std::uint8_t expected = 0;
+                        reference::weightsFromDistances(&(*canvas)[skewedAt(r, c)], &b, 1, &expected);
+                        ASSERT_EQ(weights[skewedAt(r, c)], expected) << r << ", " << c << " of " << cols;
+                    }
+                ASSERT_TRUE(weights.intact());
             }
-        ASSERT_TRUE(weights.intact());
     }
+
+    Random random{4};
 };
 
 TEST_P(SeamWeights, FollowTheDistancesOfBothImages) {
-    Random random(4);
-    for (const std::int64_t cols : widths())
-        for (const Place& place : places) {
-            const auto canvas = placed(someDistances(skewedSize(cols), random), place);
-            const auto frame = placed(someDistances(skewedSize(cols), random), place);
-            GuardedBuffer<std::uint8_t> weights(skewedSize(cols), place.guard, place.off);
-            kernels().skewedWeights(canvas->data(), frame->data(), nullptr, nullptr, cols, weights.data());
-            expectWeights(weights, *canvas, cols,
-                          [&](std::int64_t r, std::int64_t c) { return (*frame)[skewedAt(r, c)]; });
-            if (HasFatalFailure()) return;
-        }
+    expectTheReferences(
+        [&](const float* canvas, std::int64_t cols, std::uint8_t* weights, const Place& place) {
+            const Floats frame = someDistances(skewedSize(cols), random);
+            kernels().weightsByDistances(canvas, placed(frame, place)->data(), cols, weights);
+            return [frame](std::int64_t r, std::int64_t c) { return frame[skewedAt(r, c)]; };
+        });
+}
+
+TEST_P(SeamWeights, WhereTheFrameHoldsNothingAreTheCanvass) {
+    expectTheReferences([&](const float* canvas, std::int64_t cols, std::uint8_t* weights, const Place&) {
+        kernels().weightsOfCanvas(canvas, cols, weights);
+        return [](std::int64_t, std::int64_t) { return 0.0F; };
+    });
 }
 
 TEST_P(SeamWeights, OfAFullFrameFollowItsEdge) {
-    Random random(5);
-    for (const std::int64_t cols : widths())
-        for (const Place& place : places) {
-            const auto canvas = placed(someDistances(skewedSize(cols), random), place);
-            const auto rowLimits = placed(someDistances(seamLanes, random), place);
-            Floats mirrored = someDistances(cols, random);
-            for (std::int64_t c = 0; c < cols; ++c) mirrored[cols - 1 - c] = mirrored[c];
-            Floats padded(cols + 2 * seamPadBefore, nothing);
-            std::copy(mirrored.begin(), mirrored.end(), padded.begin() + seamPadBefore);
-            const auto columnLimits = placed(padded, place);
-            GuardedBuffer<std::uint8_t> weights(skewedSize(cols), place.guard, place.off);
-            kernels().skewedWeights(canvas->data(), nullptr, rowLimits->data(),
-                                    columnLimits->data() + seamPadBefore, cols, weights.data());
-            expectWeights(weights, *canvas, cols, [&](std::int64_t r, std::int64_t c) {
-                return std::min((*rowLimits)[r], mirrored[c]);
-            });
-            if (HasFatalFailure()) return;
-        }
+    expectTheReferences([&](const float* canvas, std::int64_t cols, std::uint8_t* weights,
+                            const Place& place) {
+        const Floats ofRows = someDistances(seamLanes, random);
+        const Floats ofColumns = someDistances(cols, random);  // from the last column to the first
+        Floats padded(cols + 2 * seamPadBefore, nothing);
+        std::copy(ofColumns.begin(), ofColumns.end(), padded.begin() + seamPadBefore);
+        kernels().weightsByLimits(canvas, placed(ofRows, place)->data(),
+                                  placed(padded, place)->data() + seamPadBefore, cols, weights);
+        return [=](std::int64_t r, std::int64_t c) { return std::min(ofRows[r], ofColumns[cols - 1 - c]); };
+    });
 }
 
 BRANTEL_AT_EVERY_LEVEL(SeamLoops);

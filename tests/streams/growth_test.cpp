@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <opencv2/core.hpp>
 
 #include "support/camera_path.h"
 
@@ -71,18 +72,110 @@ TEST_P(GrowingCanvas, KeepsEveryFrameInPlaceAndGrowsByOneFrame) {
     EXPECT_NEAR(sample, picture.pixels[std::size_t(py) * picture.cols + px], 3);
 }
 
-TEST(GrowingCanvas, ACanvasThatAHostHoldsIsNotTouchedByLaterGrowth) {
-    const Picture picture = makePicture(Texture::grains, rows, cols + 3000, 1, 31);
-    Session session({rows, cols, 1, 1, 0, 8});
-    Frame first = picture.window(0, 0, rows, cols);
-    StitchOutputs before = session.start(first, picture.window(600, 0, rows, cols));
-    for (std::int32_t x = 1200; x <= 2400; x += 600) before = session.next(picture.window(x, 0, rows, cols));
-    ASSERT_EQ(before.mosaic.cols, 6000);
-    const std::uint64_t hash = hashOf(before.mosaic.data, before.mosaic.total());
-    const StitchOutputs after = session.next(picture.window(3000, 0, rows, cols));
-    ASSERT_EQ(after.mosaic.cols, 6000 + cols);
-    EXPECT_EQ(before.mosaic.cols, 6000);
-    EXPECT_EQ(hashOf(before.mosaic.data, before.mosaic.total()), hash);
+/// A session over a picture that is wide and high enough to leave the canvas on every side, led in straight lines.
+class StraightScan : public testing::Test {
+  protected:
+    static constexpr std::int32_t frameSide = 400;
+    static constexpr std::int32_t step = 300;
+
+    /// Frames at (x, y), (x, y) + (dx, dy), ...; returns the last call's outputs.
+    StitchOutputs scan(std::int32_t dx, std::int32_t dy, std::int32_t frames) {
+        x_ = y_ = 0;
+        Frame first = frameThere();
+        for (std::int32_t i = 1; i < frames; ++i) {
+            move(dx, dy);
+            out_ = i == 1 ? session_.start(first, frameThere()) : session_.next(frameThere());
+            EXPECT_EQ(out_.result, 0) << "frame " << i;
+        }
+        return out_;
+    }
+    StitchOutputs goOn(std::int32_t dx, std::int32_t dy, std::int32_t frames) {
+        for (std::int32_t i = 0; i < frames; ++i) {
+            move(dx, dy);
+            out_ = session_.next(frameThere());
+            EXPECT_EQ(out_.result, 0);
+        }
+        return out_;
+    }
+
+  private:
+    void move(std::int32_t dx, std::int32_t dy) {
+        x_ += dx;
+        y_ += dy;
+    }
+    /// The picture repeats itself in both directions, much later than a frame overlaps the next one.
+    Frame frameThere() const {
+        Frame frame;
+        for (std::int32_t r = 0; r < frameSide; ++r)
+            for (std::int32_t c = 0; c < frameSide; ++c) {
+                const std::int32_t px = ((x_ + c) % picture_.cols + picture_.cols) % picture_.cols;
+                const std::int32_t py = ((y_ + r) % picture_.rows + picture_.rows) % picture_.rows;
+                frame.push_back(picture_.pixels[static_cast<std::size_t>(py) * picture_.cols + px]);
+            }
+        return frame;
+    }
+
+    const Picture picture_ = makePicture(Texture::fine, 2100, 2100, 1, 31);
+    Session session_{{frameSide, frameSide, 1, 1, 0, 8}};
+    StitchOutputs out_;
+    std::int32_t x_ = 0;
+    std::int32_t y_ = 0;
+};
+
+TEST_F(StraightScan, HeadersThatAHostKeepsKeepSizeAndPlaceAndStayReadable) {
+    for (const auto& [dx, dy] : {std::pair{step, 0}, {-step, 0}, {0, step}, {0, -step}}) {
+        const StitchOutputs first = scan(dx, dy, 10);  // one more does not fit
+        const cv::Mat beforeGrowth = first.mosaic;
+        const std::uint64_t hash = hashOf(beforeGrowth);
+        ASSERT_EQ(beforeGrowth.size(), cv::Size(6000, 6000));
+        const StitchOutputs grown = goOn(dx, dy, 4);
+        ASSERT_GT(grown.mosaic.total(), beforeGrowth.total());
+        EXPECT_EQ(beforeGrowth.size(), cv::Size(6000, 6000));
+        EXPECT_EQ(hashOf(beforeGrowth), hash) << "the first growth moves to larger memory";
+        const cv::Mat kept = grown.mosaic;
+        const cv::Mat state = kept.clone();
+        const StitchOutputs later = goOn(dx, dy, 6);
+        ASSERT_GT(later.mosaic.total(), kept.total());
+        EXPECT_EQ(kept.size(), state.size());
+        // The frame that was last then may be blended with the next one by now.
+        const cv::Rect all(grown.minCorner.x, grown.minCorner.y, grown.maxCorner.x - grown.minCorner.x,
+                           grown.maxCorner.y - grown.minCorner.y);
+        const cv::Rect settled(all.x + (dx < 0 ? frameSide : 0), all.y + (dy < 0 ? frameSide : 0),
+                               all.width - (dx != 0 ? frameSide : 0), all.height - (dy != 0 ? frameSide : 0));
+        EXPECT_EQ(hashOf(kept(settled)), hashOf(state(settled))) << dx << ", " << dy;
+    }
+}
+
+TEST_F(StraightScan, GrowsWithinItsMemoryAfterTheFirstTime) {
+    const StitchOutputs grown = scan(step, 0, 14);
+    ASSERT_GT(grown.mosaic.cols, 6000);
+    const std::uint8_t* pixels = grown.mosaic.data;
+    const StitchOutputs later = goOn(step, 0, 40);
+    EXPECT_GT(later.mosaic.cols, 6000 + 20 * frameSide);
+    EXPECT_EQ(later.mosaic.data, pixels) << "nothing was copied";
+}
+
+TEST_F(StraightScan, OnlyGrowthToTheSidesLeavesGapsBetweenTheRows) {
+    EXPECT_TRUE(scan(step, 0, 5).mosaic.isContinuous());
+    EXPECT_TRUE(scan(0, step, 30).mosaic.isContinuous());
+    EXPECT_TRUE(scan(0, -step, 30).mosaic.isContinuous());
+    const StitchOutputs wide = scan(step, 0, 30);
+    EXPECT_GT(wide.mosaic.step[0], static_cast<std::size_t>(wide.mosaic.cols));
+}
+
+TEST_F(StraightScan, ThereAndBackOnEverySideGivesThePictureOfTheCameraInOnePlace) {
+    // To the right edge and beyond, down, back over the left edge, up: every side grows, and some twice.
+    scan(step, 0, 13);
+    goOn(0, step, 12);
+    goOn(-step, 0, 26);
+    const StitchOutputs out = goOn(0, -step, 24);
+    // A step may be measured 2 pixels beside the truth.
+    EXPECT_NEAR(out.maxCorner.x - out.minCorner.x, 26 * step + frameSide, 20);
+    EXPECT_NEAR(out.maxCorner.y - out.minCorner.y, 24 * step + frameSide, 20);
+    const cv::Mat outside = out.mosaic.clone();
+    outside(cv::Range(out.minCorner.y, out.maxCorner.y), cv::Range(out.minCorner.x, out.maxCorner.x))
+        .setTo(0);
+    EXPECT_EQ(cv::countNonZero(outside), 0) << "black beside the frames";
 }
 
 TEST(AreaLimit, TurnsTheResultTo1WhenGrowthReachesItAndStitchingGoesOn) {

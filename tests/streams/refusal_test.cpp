@@ -106,7 +106,7 @@ TEST(Restart, ANewMosaicAfterAFailureWorksLikeTheFirst) {
         const FollowReport report = follow(session, picture, path, rows, cols);
         EXPECT_EQ(report.placed, static_cast<int>(path.size())) << report.summary();
         EXPECT_EQ(report.worstError, 0);
-        const std::uint64_t now = hashOf(report.last.mosaic.data, report.last.mosaic.total());
+        const std::uint64_t now = hashOf(report.last.mosaic);
         if (round == 0) hash = now;
         EXPECT_EQ(now, hash);
         EXPECT_EQ(session.next(Frame(std::size_t{rows} * cols, 7)).result, -1);

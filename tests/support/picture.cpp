@@ -182,10 +182,26 @@ void changeBrightness(std::vector<std::uint8_t>& frame, std::int32_t change) {
     for (std::uint8_t& sample : frame) sample = clampSample(sample + change);
 }
 
-std::uint64_t hashOf(const void* data, std::size_t bytes) {
+namespace {
+
+constexpr std::uint64_t emptyHash = 0xCBF29CE484222325U;
+
+std::uint64_t continueHash(std::uint64_t hash, const void* data, std::size_t bytes) {
     const auto* p = static_cast<const std::uint8_t*>(data);
-    std::uint64_t hash = 0xCBF29CE484222325U;
     for (std::size_t i = 0; i < bytes; ++i) hash = (hash ^ p[i]) * 0x100000001B3U;
+    return hash;
+}
+
+}  // namespace
+
+std::uint64_t hashOf(const void* data, std::size_t bytes) {
+    return continueHash(emptyHash, data, bytes);
+}
+
+std::uint64_t hashOf(const cv::Mat& image) {
+    std::uint64_t hash = emptyHash;
+    for (int r = 0; r < image.rows; ++r)
+        hash = continueHash(hash, image.ptr(r), static_cast<std::size_t>(image.cols) * image.elemSize());
     return hash;
 }
 

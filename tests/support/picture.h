@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <iosfwd>
+#include <opencv2/core/mat.hpp>
 #include <string>
 #include <vector>
 
@@ -57,5 +58,7 @@ void changeBrightness(std::vector<std::uint8_t>& frame, std::int32_t change);
 
 /// FNV-1a of some bytes, to compare whole pictures by one number.
 std::uint64_t hashOf(const void* data, std::size_t bytes);
+/// The same for a matrix's pixels, row by row, whatever lies between the rows.
+std::uint64_t hashOf(const cv::Mat& image);
 
 }  // namespace brantel::test

@@ -3,6 +3,7 @@
 
 #include <brantel/brantel.h>
 
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -10,11 +11,11 @@
 
 namespace brantel::test {
 
-/// The three functions of the interface, or of one backend behind it.
+/// The three functions of the interface, or what stands for them.
 struct Entries {
-    decltype(&initJoint) init = initJoint;
-    decltype(&stichingImagedJoint) stitch = stichingImagedJoint;
-    decltype(&uinitJoint) uninit = uinitJoint;
+    std::function<decltype(initJoint)> init = initJoint;
+    std::function<decltype(stichingImagedJoint)> stitch = stichingImagedJoint;
+    std::function<decltype(uinitJoint)> uninit = uinitJoint;
 };
 
 struct SessionOptions {

@@ -13,9 +13,9 @@ struct Library {
 
     Library() {
 #if defined(_WIN32)
-        complete = library.openFromSystem("nvcuda.dll");
+        complete = library.open("nvcuda.dll");
 #else
-        complete = library.openFromSystem("libcuda.so.1");
+        complete = library.open("libcuda.so.1");
 #endif
 #define BRANTEL_CUDA_LOOK_UP(name, parameters)                              \
     api.name = reinterpret_cast<decltype(api.name)>(library.symbol(#name)); \

@@ -1,4 +1,9 @@
 // The few calls of the CUDA runtime that the backend makes, on top of the driver's own library.
+//
+// What the process keeps of this until it ends, as the toolkit's runtime would: the driver's library with its
+// entry points (driver_api.cpp), the first device's primary context with the kernels' module and functions
+// (FirstDevice), and the table of the kernels' names (kernel_names.cpp). Nothing of a mosaic is among it:
+// mosaics share the device, not what lies on it.
 #include <cuda_runtime_api.h>
 
 #include <array>

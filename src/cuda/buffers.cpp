@@ -1,0 +1,105 @@
+// The table of the device's buffers and of the host's page-locked ones.
+#include "cuda/state.h"
+
+namespace brantel {
+
+namespace {
+
+/// Visits the device and staging buffers with their sizes for the present frame, in the order in which they
+/// are allocated.
+template <class Visit>
+void eachBuffer(CudaEngine& cuda, Visit&& visit) {
+    const std::int64_t pixels = cuda.frame.pixels();
+    const std::int64_t colour = cuda.frame.bytes();
+    const auto padded = [&](std::int64_t border) {
+        return (cuda.frame.rows + 2 * border) * (cuda.frame.cols + 2 * border);
+    };
+    const auto sides = {&cuda.previousSide, &cuda.currentSide};
+    const auto overlaps = {&cuda.overlapPrevious, &cuda.overlapCurrent};
+    const auto motions = {&cuda.motionPrevious, &cuda.motionCurrent};
+    visit(cuda.blended, colour);
+    for (auto* staged : {&cuda.stagedCurrent, &cuda.stagedPatch}) visit(*staged, colour);
+    for (auto* side : sides) visit(side->frame, colour);
+    for (auto* side : sides) visit(side->grey, pixels);
+    for (auto* side : sides) visit(side->half, pixels);
+    for (auto* side : overlaps) visit(side->colour, colour);
+    for (auto* side : overlaps) visit(side->grey, pixels);
+    for (auto* side : overlaps)
+        for (auto* buffer : {&side->padded, &side->smoothed}) visit(*buffer, padded(1));
+    // One more: the row-range kernel writes one element behind every row of its range, also behind the last
+    // row of a whole frame.
+    for (auto* side : sides) visit(side->crop, pixels + 1);
+    for (auto* mask : {&cuda.maskA, &cuda.maskB}) visit(*mask, pixels);
+    visit(cuda.weights, pixels);
+    for (auto* side : sides)
+        for (auto* product : {&side->xx, &side->yy, &side->xy}) visit(*product, pixels);
+    visit(cuda.lastFrame, colour);
+    for (auto* side : motions) visit(side->grey, pixels);
+    for (auto* side : motions)
+        for (auto* buffer : {&side->paddedA, &side->paddedB}) visit(*buffer, padded(2));
+    for (auto* side : sides)
+        for (auto* buffer : {&side->paddedA, &side->paddedB}) visit(*buffer, padded(2));
+}
+
+template <class Visit>
+void eachPageLockedMap(CudaEngine& cuda, Visit&& visit) {
+    for (CudaSide* side : {&cuda.previousSide, &cuda.currentSide})
+        visit(side->arena.block, cuda.frame.pixels());
+}
+
+/// The gradient kernel leaves the outermost rows and columns alone and the row-range kernel most of its
+/// range; both are read. Cleared once, so that no result depends on what the device's memory held before.
+void clearPartlyWritten(CudaSide& side) {
+    for (const DeviceBuffer<float>* product : {&side.xx, &side.yy, &side.xy})
+        if (product->data() != nullptr) cudaMemset(product->data(), 0, bytesOf<float>(product->size()));
+    if (side.crop.data() != nullptr) cudaMemset(side.crop.data(), 0, bytesOf<char>(side.crop.size()));
+}
+
+}  // namespace
+
+void CudaSide::freeHostArrays() {
+    for (Buffer<float>* map : {&hostYy, &hostXy, &response}) map->reset();
+    for (Buffer<std::uint8_t>* image : {&hostGrey, &reduced}) image->reset();
+    std::vector<std::uint16_t>().swap(scratch);  // "= {}" would keep the memory
+    features = {};
+}
+
+/// Failures show when a frame is stitched: see buffersHoldFrame().
+void CudaEngine::allocateDeviceBuffers() {
+    eachBuffer(*this, [](auto& buffer, std::int64_t count) { buffer.allocateMissing(count); });
+    clearPartlyWritten(previousSide);
+    clearPartlyWritten(currentSide);
+}
+
+void CudaEngine::allocatePageLockedMaps() {
+    eachPageLockedMap(*this, [](auto& buffer, std::int64_t count) { buffer.allocateMissing(count); });
+}
+
+/// False also when one of the buffers could not be had.
+bool CudaEngine::buffersHoldFrame() {
+    bool hold = templateFrame.size() >= frame.bytes();
+    const auto test = [&hold](const auto& buffer, std::int64_t count) {
+        hold = hold && buffer.data() != nullptr && buffer.size() >= count;
+    };
+    eachBuffer(*this, test);
+    eachPageLockedMap(*this, test);
+    return hold;
+}
+
+void CudaEngine::freeBuffers() {
+    templateOnDevice = false;
+    eachBuffer(*this, [](auto& buffer, std::int64_t) { buffer.reset(); });
+    eachPageLockedMap(*this, [](auto& buffer, std::int64_t) { buffer.reset(); });
+    previousSide.freeHostArrays();
+    currentSide.freeHostArrays();
+    templateFrame.reset();
+    distancesA = DistanceMap{};
+    distancesB = DistanceMap{};
+    estimation = EstimationScratch{};
+    for (OverlapSide* side : {&overlapPrevious, &overlapCurrent}) {
+        side->cut.reset();
+        side->zeroSum.reset();
+    }
+}
+
+}  // namespace brantel

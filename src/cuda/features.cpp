@@ -1,0 +1,140 @@
+// Corners and descriptors of both frames, and the offset that follows from them. The device makes grey images
+// and smoothed gradient products, the processor corners and descriptors.
+#include <cstring>
+
+#include "cuda/launch.h"
+#include "cuda/state.h"
+#include "gpu/kernels.h"
+#include "gpu/row_range.h"
+#include "registration/descriptors.h"
+#include "registration/harris.h"
+
+namespace brantel {
+
+namespace {
+
+constexpr std::int32_t filterBorder = 2;
+
+void fetchGrey(CudaSide& side, const std::uint8_t* from, const ImageDesc& frame) {
+    side.hostGrey.ensure(frame.pixels() + frame.cols);
+    toHost(side.hostGrey.data(), from, frame.pixels());
+    std::memset(side.hostGrey.data() + frame.pixels(), 0, static_cast<std::size_t>(frame.cols));
+}
+
+/// Smooths a gradient product in place. The padding writes both buffers, so that B already holds the mirrored
+/// border rows that the vertical filter leaves out.
+void smoothProduct(const CudaSide& side, const DeviceBuffer<float>& product, std::int32_t rows,
+                   std::int32_t cols) {
+    const std::int32_t paddedRows = rows + 2 * filterBorder;
+    const std::int32_t paddedCols = cols + 2 * filterBorder;
+    float* a = side.paddedA.data();
+    float* b = side.paddedB.data();
+    launchOver(paddedRows, cols, opencvcopyFilter2DBorderRowFloat, product.data(), rows, cols, filterBorder,
+               a, b);
+    launchColumnPass(paddedRows, filterBorder, opencvcopyFilter2DBorderColFloat, a, paddedRows, cols,
+                     filterBorder, a, b);
+    launchOver(paddedRows - 4, paddedCols, opencvFilter2DRowCalcFloatWin5, b, paddedRows, paddedCols, a);
+    launchOver(paddedRows, paddedCols - 4, opencvFilter2DColCalcFloatWin5, a, paddedRows, paddedCols, b);
+    launchOver(rows, cols, opencvcopyFilter2DTakeOutBoundFloat, b, rows, cols, filterBorder, product.data());
+}
+
+/// The down-scaling kernel takes its source's rows for twice as long as its result's. The rows of a frame
+/// with an odd number of columns are one longer; they are packed first, or its corners would be found askew.
+std::uint8_t* packedEven(const CudaSide& side, std::uint8_t* image, const ImageDesc& frame) {
+    const auto even = static_cast<std::size_t>(frame.cols / 2) * 2;
+    const auto cols = static_cast<std::size_t>(frame.cols);
+    if (even == cols) return image;
+    check(cudaMemcpy2D(side.crop.data(), even, image, cols, even, static_cast<std::size_t>(frame.rows),
+                       cudaMemcpyDeviceToDevice),
+          "copy on the device");
+    return side.crop.data();
+}
+
+void makeProducts(const CudaSide& side, std::uint8_t* image, std::int32_t rows, std::int32_t cols,
+                  std::int32_t factor) {
+    if (factor != 1) {
+        launchOver(rows, cols, opencvInterLineARResizeDownCh1Kernel, image, rows, cols, factor,
+                   side.half.data());
+        image = side.half.data();
+    }
+    launchOver(rows - 2, cols - 2, findGradSquareCrossTermsKernel, image, rows, cols, side.xx.data(),
+               side.yy.data(), side.xy.data());
+    for (const DeviceBuffer<float>* product : {&side.xx, &side.yy, &side.xy})
+        smoothProduct(side, *product, rows, cols);
+}
+
+void findCorners(const Log& log, CudaSide& side, std::uint8_t* image, const ImageDesc& frame,
+                 const CornerTuning& tuning) {
+    const std::int32_t rows = frame.rows / tuning.workingScale;
+    const std::int32_t cols = frame.cols / tuning.workingScale;
+    if (rows <= 2 * harrisBorder || cols <= 2 * harrisBorder) return;
+    makeProducts(side, image, rows, cols, tuning.workingScale);
+    const std::int64_t pixels = std::int64_t{rows} * cols;
+    for (Buffer<float>* map : {&side.hostYy, &side.hostXy, &side.response}) map->ensure(pixels);
+    float* hostXx = side.arena.begin(Phase::registration);
+    toHost(hostXx, side.xx, pixels);
+    toHost(side.hostYy.data(), side.yy, pixels);
+    toHost(side.hostXy.data(), side.xy, pixels);
+    selectCorners(log, hostXx, side.hostYy.data(), side.hostXy.data(), rows, cols, tuning,
+                  side.response.data(), side.features.corners);
+}
+
+}  // namespace
+
+/// Appends the corners of a grey device image of the frame's size. False, with a line, without corners.
+bool CudaEngine::detectCorners(CudaSide& side, std::uint8_t* image) const {
+    findCorners(log, side, image, frame, tuning);
+    if (!side.features.corners.empty()) return true;
+    log.streamLine("HarrissCornerSPoint22222222222 size is 0");
+    return false;
+}
+
+/// The same on the rows that the other frame overlaps under the expected shift. They are cut by a kernel that
+/// fills one element per row, and are searched at the frame's size: what is found there says little.
+/// Deliberate; nothing may rely on what the cut holds. Always true.
+bool CudaEngine::detectCornersInRowRange(CudaSide& side, std::uint8_t* grey) const {
+    const RowRange range = rowRangeFor(expected, frame.rows, frame.cols);
+    if (range.rows < 1 || range.cols < 1) {
+        log.streamLine("HarrissCornerSPoint22222222222 size is 0");  // the frames do not overlap
+        return true;
+    }
+    launchOver(range.rows, range.cols, getRowRangeKernel, grey, frame.rows, frame.cols, range.rows,
+               range.cols, range.rowOffset, range.colOffset, side.crop.data());
+    detectCorners(side, side.crop.data());
+    for (CornerPoint& corner : side.features.corners) {
+        corner.x += range.shift.x;
+        corner.y += range.shift.y;
+    }
+    return true;
+}
+
+void CudaEngine::describeSide(CudaSide& side) const {
+    std::uint8_t* grey = side.frame.data();
+    if (frame.channels == 3) {
+        grey = side.grey.data();
+        launchOver(frame.rows, frame.cols, side.greyKernel, side.frame.data(), frame.rows, frame.cols, grey);
+    } else {
+        fetchGrey(side, grey, frame);
+    }
+    if (expected.use) {
+        detectCornersInRowRange(side, grey);
+    } else {
+        detectCorners(side, packedEven(side, grey, frame));
+    }
+    if (frame.channels == 3) fetchGrey(side, grey, frame);
+    describeCorners(log, side.features, side.hostGrey.data(), frame.rows, frame.cols, side.scratch, nullptr);
+}
+
+bool CudaEngine::imageMosaicFun() {
+    auto model = [this] { describeSide(previousSide); };
+    auto match = [this] { describeSide(currentSide); };
+    if (!registerFrames(Job::of(model), Job::of(match), previousSide.features, currentSide.features,
+                        mosaic.record)) {
+        log.streamLine("imageMosaicFunCuda failed");
+        return false;
+    }
+    log.clLog(" flags.offset.x%dflags.offset.y:::%d\n", mosaic.record.offset.x, mosaic.record.offset.y);
+    return true;
+}
+
+}  // namespace brantel
