@@ -68,20 +68,17 @@ extern "C" {
 ///                      can be registered)
 /// @param columns       frame width in pixels, at least 1 (the same holds)
 /// @param channels      1 (grey) or 3 (blue, green, red)
-/// @param densityLevel  corner budget per frame = ((level + 8) * 500) / 16 - 100: 150 for 0, 181 for 1, 400
-/// for
-///                      8. More corners find an offset in thinner overlaps and cost time: matching grows with
-///                      the square of the budget. A level of -5 or less leaves no corner, so nothing
-///                      registers.
+/// @param densityLevel  corner budget per frame = ((level + 8) * 500) / 16 - 100: 150 for 0, 181 for 1,
+///                      400 for 8. More corners find an offset in thinner overlaps and cost time: matching
+///                      grows with the square of the budget. A level of -5 or less leaves no corner, so
+///                      nothing registers.
 /// @param limitA        first factor of the canvas area limit in pixels
 /// @param limitB        second factor; the product wraps as a signed 32-bit integer, so keep it below 2^31
 /// @param mainMode      0: a frame must pass the brightness test; otherwise the motion test
 /// @param staticFlag    nonzero: the strict thresholds (brightness 40 and 30 grey levels, motion 5), for
-/// frames
-///                      of a standing camera; 0: the wide ones (128, 128 and 255)
-/// @return true when the library is ready to stitch; false when the sizes or channels cannot be used, memory
-/// or
-///         threads could not be had (the reason is on standard output)
+///                      frames of a standing camera; 0: the wide ones (128, 128 and 255)
+/// @return true when the library is ready to stitch; false when the sizes or channels cannot be used, or
+///         memory or threads could not be had (the reason is on standard output)
 BRANTEL_API bool initJoint(std::int32_t rows, std::int32_t columns, std::int32_t channels,
                            std::int32_t densityLevel, std::int32_t limitA, std::int32_t limitB,
                            std::int32_t mainMode, std::int32_t staticFlag);
@@ -93,37 +90,40 @@ BRANTEL_API bool initJoint(std::int32_t rows, std::int32_t columns, std::int32_t
 /// passed. A frame that shifts less than 10 % is not merged and does not become the new reference: the next
 /// frame is measured against the same one, so slow streams work without any care of the host.
 ///
-/// @param firstFrame   the frame that starts a new mosaic; only read when @p continueFlag is 0. rows x
-/// columns x
-///                     channels bytes, owned by the caller. Zero samples are overwritten with 1 in place,
-///                     since 0 on the canvas means "empty".
+/// @param firstFrame   the frame that starts a new mosaic; only read when @p continueFlag is 0.
+///                     rows x columns x channels bytes, owned by the caller. Zero samples are overwritten
+///                     with 1 in place, since 0 on the canvas means "empty".
 /// @param currentFrame the frame to stitch, same size; read during the call only. Null gives -1.
 /// @param continueFlag 0: start a new mosaic, firstFrame at the centre of a new canvas (the old canvas lives
-/// on
-///                     as long as the host holds it); nonzero: go on with the mosaic there is
+///                     on as long as the host holds it); nonzero: go on with the mosaic there is
 /// @param scale        1. Any other value reduces the incoming frames by this integer factor into buffers of
-/// full
-///                     size, which leaves the rest of them black; kept for hosts that rely on it.
+///                     full size, which leaves the rest of them black; kept for hosts that rely on it.
 /// @param expectedX    expected column shift of this frame against the previous one, as StitchFlags::offset
-/// has
-///                     it; used when @p useExpected is true
+///                     has it; used when @p useExpected is true
 /// @param expectedY    expected row shift, with the sign turned round when @p expectedX is negative: for an
-/// expected
-///                     offset (dx, dy) pass (dx, dx < 0 ? -dy : dy). This rule of the interface is
+///                     expected offset (dx, dy) pass (dx, dx < 0 ? -dy : dy). This rule of the interface is
 ///                     deliberate.
 /// @param useExpected  true: look for corners only where the frames overlap under the expected shift
 /// @param minCorner    out: top-left corner of the rectangle that holds all frames placed so far
 /// @param maxCorner    out: one past its bottom-right corner
 /// @param mosaic       out: receives a header of the canvas (CV_8UC1 or CV_8UC3). The pixels are shared with
-/// the
-///                     library: later calls write into them, until the canvas grows or a new mosaic starts.
-///                     Clone it to keep a state; do not write into it. It stays valid after uinitJoint.
+///                     the library: later calls write into them, also after the canvas grew, which it does by
+///                     one frame's height or width. Once it grew to the left or right, its rows may lie
+///                     further apart than they are long: go by the header's step or ask isContinuous(). A
+///                     header that is kept keeps its size and its place and stays readable, also after
+///                     uinitJoint, but may show later pixels: clone it to keep a state. Do not write into it.
 /// @param flags        out: the result record
+///
 /// Every out pointer may be null; the outputs are written on every result, also -1.
 ///
-/// @return -1: not stitched (a null frame, no registration, no memory). The mosaic so far, the canvas and the
-///         previous frame are unchanged and the same frame may be tried again, unless continueFlag was 0:
-///         then a new mosaic holds the first frame, but nothing can be registered to it; start again with 0.
+/// @return -1: not stitched. The mosaic so far, the canvas and the previous frame are unchanged, and the same
+///         frame may be tried again. A call with continueFlag 0 may have begun a new mosaic all the same:
+///         - Both frames could be taken, but not be registered against each other: the new mosaic has begun
+///           and holds the first frame, the old one is gone. Nothing can be registered to it yet; start again
+///           with 0.
+///         - Anything else (a null frame, frames that do not fit the buffers, no memory, a thread or a device
+///           that failed): nothing has begun, and the old mosaic may be gone on with.
+///
 ///         0: merged, or skipped as unsuitable (compare frameX and frameY or the corners to tell).
 ///         1: as 0, and canvas rows x columns has reached limitA x limitB. The library itself goes on.
 BRANTEL_API std::int32_t stichingImagedJoint(std::uint8_t* firstFrame, std::uint8_t* currentFrame,
