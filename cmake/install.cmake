@@ -1,14 +1,19 @@
 # cmake --install: bin/ lib/ include/. cpack: the same as an archive.
-install(TARGETS Brantel EXPORT BrantelTargets
-  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
-  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
-  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+foreach(library Brantel BrantelSession)
+  install(TARGETS ${library} EXPORT ${library}Targets
+    RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+endforeach()
 install(DIRECTORY include/brantel DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 
-# find_package(Brantel) gives the target Brantel::Brantel.
+# find_package(Brantel) gives the targets Brantel::Brantel and Brantel::Session; with the component Session only the
+# latter, which needs no OpenCV to compile against.
 include(CMakePackageConfigHelpers)
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/Brantel)
-install(EXPORT BrantelTargets NAMESPACE Brantel:: DESTINATION ${package_dir})
+foreach(library Brantel BrantelSession)
+  install(EXPORT ${library}Targets NAMESPACE Brantel:: DESTINATION ${package_dir})
+endforeach()
 configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/BrantelConfig.cmake.in
   ${PROJECT_BINARY_DIR}/BrantelConfig.cmake INSTALL_DESTINATION ${package_dir})
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/BrantelConfigVersion.cmake
@@ -16,10 +21,12 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/BrantelConfigVersion.cmak
 install(FILES ${PROJECT_BINARY_DIR}/BrantelConfig.cmake ${PROJECT_BINARY_DIR}/BrantelConfigVersion.cmake
   DESTINATION ${package_dir})
 
-# The way from brantel.pc back to the prefix, so that an installed tree may be moved.
+# The way from a .pc file back to the prefix, so that an installed tree may be moved.
 file(RELATIVE_PATH pc_to_prefix /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
-configure_file(${CMAKE_CURRENT_LIST_DIR}/brantel.pc.in ${PROJECT_BINARY_DIR}/brantel.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/brantel.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+foreach(package brantel brantel-session)
+  configure_file(${CMAKE_CURRENT_LIST_DIR}/${package}.pc.in ${PROJECT_BINARY_DIR}/${package}.pc @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/${package}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+endforeach()
 
 if(WIN32 AND CMAKE_CROSSCOMPILING)
   # A host must be built with this very OpenCV, so its DLL, headers and import library come along.

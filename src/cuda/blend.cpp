@@ -2,6 +2,7 @@
 #include <stdexcept>
 
 #include "compose/bands.h"
+#include "cuda/current_device.h"
 #include "cuda/launch.h"
 #include "cuda/state.h"
 #include "gpu/kernels.h"
@@ -68,6 +69,8 @@ void CudaEngine::blendPatch(std::uint8_t* patch) {
 }
 
 bool CudaEngine::stitchingImageImageblend() {
+    const OnMosaicDevice device;
+    device.require();
     std::uint8_t* patch = stagedPatch.data();
     if (stagedCurrent.data() == nullptr || patch == nullptr) {
         log.streamLine("ptr is null");

@@ -1,9 +1,15 @@
 // The table of the device's buffers and of the host's page-locked ones.
+#include "cuda/current_device.h"
 #include "cuda/state.h"
 
 namespace brantel {
 
 namespace {
+
+/// The columns of a packed image where there is one.
+std::int64_t packedColumns(const ImageDesc& frame) {
+    return frame.cols % 2 == 0 ? 0 : frame.cols - 1;
+}
 
 /// Visits the device and staging buffers with their sizes for the present frame, in the order in which they
 /// are allocated.
@@ -39,6 +45,7 @@ void eachBuffer(CudaEngine& cuda, Visit&& visit) {
         for (auto* buffer : {&side->paddedA, &side->paddedB}) visit(*buffer, padded(2));
     for (auto* side : sides)
         for (auto* buffer : {&side->paddedA, &side->paddedB}) visit(*buffer, padded(2));
+    for (auto* side : sides) visit(side->packed, std::int64_t{cuda.frame.rows} * packedColumns(cuda.frame));
 }
 
 template <class Visit>
@@ -64,22 +71,28 @@ void CudaSide::freeHostArrays() {
     features = {};
 }
 
-/// Failures show when a frame is stitched: see buffersHoldFrame().
+void CudaEngine::keepFirstError(cudaError_t code) {
+    if (allocationError_ == cudaSuccess) allocationError_ = code;
+}
+
+/// Failures show in the trial at the end of the initialisation.
 void CudaEngine::allocateDeviceBuffers() {
-    eachBuffer(*this, [](auto& buffer, std::int64_t count) { buffer.allocateMissing(count); });
+    allocationError_ = cudaSuccess;
+    eachBuffer(*this,
+               [this](auto& buffer, std::int64_t count) { keepFirstError(buffer.allocateMissing(count)); });
     clearPartlyWritten(previousSide);
     clearPartlyWritten(currentSide);
 }
 
 void CudaEngine::allocatePageLockedMaps() {
-    eachPageLockedMap(*this, [](auto& buffer, std::int64_t count) { buffer.allocateMissing(count); });
+    eachPageLockedMap(
+        *this, [this](auto& buffer, std::int64_t count) { keepFirstError(buffer.allocateMissing(count)); });
 }
 
-/// False also when one of the buffers could not be had.
 bool CudaEngine::buffersHoldFrame() {
     bool hold = templateFrame.size() >= frame.bytes();
     const auto test = [&hold](const auto& buffer, std::int64_t count) {
-        hold = hold && buffer.data() != nullptr && buffer.size() >= count;
+        hold = hold && buffer.size() >= count;
     };
     eachBuffer(*this, test);
     eachPageLockedMap(*this, test);
@@ -87,6 +100,7 @@ bool CudaEngine::buffersHoldFrame() {
 }
 
 void CudaEngine::freeBuffers() {
+    const OnMosaicDevice device;
     templateOnDevice = false;
     eachBuffer(*this, [](auto& buffer, std::int64_t) { buffer.reset(); });
     eachPageLockedMap(*this, [](auto& buffer, std::int64_t) { buffer.reset(); });

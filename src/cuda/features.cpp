@@ -2,6 +2,7 @@
 // and smoothed gradient products, the processor corners and descriptors.
 #include <cstring>
 
+#include "cuda/current_device.h"
 #include "cuda/launch.h"
 #include "cuda/state.h"
 #include "gpu/kernels.h"
@@ -41,13 +42,12 @@ void smoothProduct(const CudaSide& side, const DeviceBuffer<float>& product, std
 /// The down-scaling kernel takes its source's rows for twice as long as its result's. The rows of a frame
 /// with an odd number of columns are one longer; they are packed first, or its corners would be found askew.
 std::uint8_t* packedEven(const CudaSide& side, std::uint8_t* image, const ImageDesc& frame) {
-    const auto even = static_cast<std::size_t>(frame.cols / 2) * 2;
+    if (side.packed.data() == nullptr || frame.cols % 2 == 0) return image;
     const auto cols = static_cast<std::size_t>(frame.cols);
-    if (even == cols) return image;
-    check(cudaMemcpy2D(side.crop.data(), even, image, cols, even, static_cast<std::size_t>(frame.rows),
-                       cudaMemcpyDeviceToDevice),
+    check(cudaMemcpy2D(side.packed.data(), cols - 1, image, cols, cols - 1,
+                       static_cast<std::size_t>(frame.rows), cudaMemcpyDeviceToDevice),
           "copy on the device");
-    return side.crop.data();
+    return side.packed.data();
 }
 
 void makeProducts(const CudaSide& side, std::uint8_t* image, std::int32_t rows, std::int32_t cols,
@@ -126,7 +126,11 @@ void CudaEngine::describeSide(CudaSide& side) const {
 }
 
 bool CudaEngine::imageMosaicFun() {
-    auto model = [this] { describeSide(previousSide); };
+    auto model = [this] {
+        const OnMosaicDevice device;
+        device.require();
+        describeSide(previousSide);
+    };
     auto match = [this] { describeSide(currentSide); };
     if (!registerFrames(Job::of(model), Job::of(match), previousSide.features, currentSide.features,
                         mosaic.record)) {

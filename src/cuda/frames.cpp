@@ -4,6 +4,7 @@
 
 #include "common/guard.h"
 #include "compose/reduction.h"
+#include "cuda/current_device.h"
 #include "cuda/launch.h"
 #include "cuda/state.h"
 #include "gpu/kernels.h"
@@ -24,6 +25,7 @@ void fillZeroSamples(const DeviceBuffer<std::uint8_t>& image, const ImageDesc& f
 
 /// A device that fails on the way breaks the call off.
 bool CudaEngine::stitchingImageOffset(const StitchCall& call) {
+    const OnMosaicDevice device;
     bool ended = false;
     const bool done = succeeds(log, "CUDA offset stage", [&] {
         const bool suitable = Engine::stitchingImageOffset(call);
@@ -78,6 +80,8 @@ void CudaEngine::recallTemplate() {
 }
 
 bool CudaEngine::takeFrames(const StitchCall& call) {
+    const OnMosaicDevice device;
+    device.require();
     if (!allocateReduced(previousSide, "new resiz_One failed") ||
         !allocateReduced(currentSide, "new resiz_Two failed"))
         return false;

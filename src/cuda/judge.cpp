@@ -94,6 +94,8 @@ bool CudaEngine::measureBrightness() {
                      GreyPart::whole(frameGrey, parts.frame.rows, parts.frame.cols), &workers);
     filterCut(log, overlapPrevious, parts.canvas, previousSide);
     filterCut(log, overlapCurrent, parts.frame, currentSide);
+    // A second initialisation may change the main mode: the motion test then finds the first frame as the last seen.
+    if (begins()) onDevice(lastFrame, previousSide.frame, frame.bytes());
     return true;
 }
 

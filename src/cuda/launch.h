@@ -11,7 +11,8 @@
 
 namespace brantel {
 
-/// A CUDA call that failed. Ends the worker's job or the stitch call it happens in.
+/// A CUDA call that failed: a refused launch or a failed copy. It ends the stitch call with -1, also when it happens
+/// in a worker's job, and the mosaic is as it was before; in an initialisation it ends that.
 class DeviceError : public std::runtime_error {
   public:
     DeviceError(const char* what, cudaError_t code)

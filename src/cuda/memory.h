@@ -31,15 +31,15 @@ class CudaBuffer {
     CudaBuffer& operator=(const CudaBuffer&) = delete;
     ~CudaBuffer() { reset(); }
 
-    /// True when it allocated now; existing memory is kept, whatever its size.
-    bool allocateMissing(std::int64_t count) {
-        if (data_ != nullptr) return false;
+    /// Existing memory is kept, whatever its size; nothing needs none.
+    cudaError_t allocateMissing(std::int64_t count) {
+        if (data_ != nullptr || count == 0) return cudaSuccess;
         void* at = nullptr;
-        const std::size_t bytes = static_cast<std::size_t>(count) * sizeof(T);
-        if (Memory::allocate(&at, bytes) != cudaSuccess || at == nullptr) return false;
+        const cudaError_t code = Memory::allocate(&at, static_cast<std::size_t>(count) * sizeof(T));
+        if (code != cudaSuccess) return code;
         data_ = static_cast<T*>(at);
         size_ = count;
-        return true;
+        return cudaSuccess;
     }
     void reset() {
         if (data_ != nullptr) Memory::release(data_);

@@ -2,8 +2,11 @@
 #include <cstdio>
 #include <limits>
 #include <new>
+#include <stdexcept>
 
+#include "common/guard.h"
 #include "cuda/backend.h"
+#include "cuda/current_device.h"
 #include "cuda/state.h"
 #include "gpu/kernels.h"
 
@@ -70,7 +73,13 @@ CudaEngine::CudaEngine(LogSink& sink)
 
 /// The area limits are only ever lowered.
 void CudaEngine::takeSetup(const FrameSetup& setup) {
-    frame = {0, setup.channels, setup.rows / scaleDivisor, setup.cols / scaleDivisor};
+    const ImageDesc size{0, setup.channels, setup.rows / scaleDivisor, setup.cols / scaleDivisor};
+    // A template of another kind says nothing about the frames to come. The canvas has one of the same kind, but
+    // where is forgotten with the record.
+    const bool kept = mosaic.templateState != TemplateState::none && size.rows == frame.rows &&
+                      size.cols == frame.cols && size.channels == frame.channels;
+    mosaic.templateState = kept ? TemplateState::unplaced : TemplateState::none;
+    frame = size;
     tuning = CornerTuning::forDensity(setup.densityLevel);
     previousDesc = currentDesc = frame;
     if (setup.limitA <= limitA) limitA = setup.limitA;
@@ -89,28 +98,57 @@ bool CudaEngine::allocateHostArrays() {
 
 bool CudaEngine::initJoint(const FrameSetup& setup, const StitchModes& setupModes) {
     if (!devicesSuffice(log) || !kernelsCanIndex(log, setup)) return false;
+    const OnMosaicDevice device;
+    device.require();
+    usesDevice_ = true;
     ready = false;
     modes = setupModes;
     mosaic.record = {};
     mosaic.minimum = mosaic.maximum = {};
-    // The template stays; where the canvas has it is forgotten with the record.
-    if (mosaic.templateState != TemplateState::none) mosaic.templateState = TemplateState::unplaced;
     if (!workers.start()) return false;
     takeSetup(setup);
     allocateDeviceBuffers();
     if (!allocateHostArrays()) return false;
     allocatePageLockedMaps();
-    ready = true;
-    return true;
+    ready = succeeds(log, "CUDA trial", [&] {
+        tryDevice();
+        return true;
+    });
+    if (!ready) takeDown();
+    return ready;
+}
+
+/// Throws when frames could only fail: a buffer is missing, or the device does not run the kernels.
+void CudaEngine::tryDevice() const {
+    check(allocationError_, "allocation");
+    std::uint8_t sample = 0;
+    toDevice(weights, &sample, 1);
+    launchOver(1, 1, pretJudgeImageCh1Kernel, weights.data(), 1, 1);
+    toHost(&sample, weights, 1);
+    if (sample != 1) throw std::runtime_error("a kernel did not run");
+}
+
+/// Without lines: a host hears of the threads' end only where it asked for it.
+void CudaEngine::takeDown() {
+    for (Worker* worker : {&workers.model, &workers.match}) {
+        worker->clearRunFlag();
+        worker->join();
+    }
+    if (usesDevice_) freeBuffers();
+    usesDevice_ = false;
+    mosaic = Mosaic{};
 }
 
 bool CudaEngine::uinitJoint() {
     ready = false;
     workers.join("cuda_one_pid", "cuda_two_pid");
     log.debugLine("pthread_join out");
-    freeBuffers();
-    mosaic = Mosaic{};
+    takeDown();
     return true;
+}
+
+CudaEngine::~CudaEngine() {
+    takeDown();
 }
 
 }  // namespace brantel

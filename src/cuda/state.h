@@ -26,7 +26,8 @@ struct CudaSide {
 
     DeviceBuffer<std::uint8_t> frame;
     DeviceBuffer<std::uint8_t> grey;
-    DeviceBuffer<std::uint8_t> half;  // the grey image at the size corners are found on
+    DeviceBuffer<std::uint8_t> packed;  // the grey image without its last column, where their number is odd
+    DeviceBuffer<std::uint8_t> half;    // the grey image at the size corners are found on
     DeviceBuffer<std::uint8_t>
         crop;  // the part of the grey image that is searched, where it is not all of it
     DeviceBuffer<float> xx;
@@ -67,6 +68,7 @@ struct MotionSide {
 class CudaEngine final : public Engine {
   public:
     explicit CudaEngine(LogSink& sink);
+    ~CudaEngine() override;
 
     bool initJoint(const FrameSetup& setup, const StitchModes& setupModes) override;
     bool uinitJoint() override;
@@ -118,6 +120,9 @@ class CudaEngine final : public Engine {
     bool allocateHostArrays();
     void allocateDeviceBuffers();
     void allocatePageLockedMaps();
+    void keepFirstError(cudaError_t code);
+    void tryDevice() const;
+    void takeDown();
     void freeBuffers();
     bool allocateReduced(CudaSide& side, const char* failLine) const;
     void stageFrame(const std::uint8_t* from, std::int32_t scale, CudaSide& side, std::uint8_t* staged) const;
@@ -131,6 +136,9 @@ class CudaEngine final : public Engine {
     bool distanceMaps(float* mapA, float* mapB, std::int32_t rows, std::int32_t cols);
     void blendPatch(std::uint8_t* patch);
     bool begins() const { return mosaic.templateState == TemplateState::first; }
+
+    bool usesDevice_ = false;                    // there may be something to free on it
+    cudaError_t allocationError_ = cudaSuccess;  // the first one of the last initialisation
 };
 
 }  // namespace brantel

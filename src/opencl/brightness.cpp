@@ -68,7 +68,7 @@ bool OpenclEngine::filterCuts(const ImageDesc& part) {
         !smoothCut(device, part, ClBuffer::mosaicWorkBCL, ClBuffer::mosaicBoundTempBCL,
                    ClBuffer::mosaicBoundBCL, ClBuffer::mosaicWorkDCL))
         return false;
-    const auto keepAnswer = [&](ClBuffer smoothed, OverlapSide& side) {
+    const auto keepAnswer = [&](ClBuffer smoothed, OverlapCut& side) {
         if (!readBuffer(device, device.buffers[smoothed], side.grey.data(), part.pixels())) return false;
         zeroSumImage(log, side.grey.data(), part.rows, part.cols, side.zeroSum);
         return true;
@@ -80,7 +80,7 @@ bool OpenclEngine::filterCuts(const ImageDesc& part) {
 bool OpenclEngine::measureBrightness() {
     const OverlapParts parts =
         cutOverlap(log, mosaic, currentSide.reduced.data(), frame, overlapPrevious.cut, overlapCurrent.cut);
-    for (OverlapSide* side : {&overlapPrevious, &overlapCurrent}) side->grey.ensure(frame.pixels());
+    for (OverlapCut* side : {&overlapPrevious, &overlapCurrent}) side->grey.ensure(frame.pixels());
     const bool overlap = !empty(parts.canvas) && !empty(parts.frame);
     if (overlap && !greyOfCuts(parts.frame)) {
         breakOff();

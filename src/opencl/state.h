@@ -32,12 +32,12 @@ struct OpenclSide {
 };
 
 /// One of the two overlap cuts that the brightness test compares.
-struct OverlapSide {
+struct OverlapCut {
     Buffer<std::uint8_t> cut;
     Buffer<std::uint8_t> grey;
     Buffer<std::uint8_t> zeroSum;  // the cut's filtered half-size image; no decision looks at it
 
-    void reset() { *this = OverlapSide{}; }
+    void reset() { *this = OverlapCut{}; }
 };
 
 /// Packed copies and masks of the seam between canvas and frame.
@@ -67,8 +67,8 @@ class OpenclEngine final : public Engine {
     Buffer<std::uint8_t> templateFrame;  // what the next frame is registered against
     Buffer<std::uint8_t> lastSeen;       // reference of the motion test
     SeamImages seam;
-    OverlapSide overlapPrevious;
-    OverlapSide overlapCurrent;
+    OverlapCut overlapPrevious;
+    OverlapCut overlapCurrent;
 
     // The same state under this backend's own names. Width is initJoint's first argument there, the rows, and
     // height its second, the columns; everywhere else in this folder rows are rows. Not here are the flags of

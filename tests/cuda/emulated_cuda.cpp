@@ -72,14 +72,22 @@ struct State {
     int queries = 0;
 };
 
+thread_local int currentDevice = 0;
+
 State& state() {
     static State& instance = *new State;
     return instance;
 }
 
+/// Everything lies on the first device.
+void useDevice(const char* user) {
+    if (currentDevice != 0) state().violations.push_back(std::string(user) + " on another device");
+}
+
 bool allocationDenied(char kind, std::size_t bytes) {
     State& s = state();
-    const bool denied = static_cast<int>(s.allocations.size()) == s.faults.allocation;
+    const auto number = static_cast<int>(s.allocations.size());
+    const bool denied = number == s.faults.allocation;
     s.allocations.push_back({kind, bytes});
     return denied;
 }
@@ -123,12 +131,15 @@ cudaError_t run(const gpu_test::PlainKernel& kernel, dim3 grid, dim3 block, void
     std::vector<void*> pointers(kernel.parameters.size());
     std::vector<void*> values(kernel.parameters.size());
     bool reverse = false;
+    bool lost = false;
     {
         State& s = state();
         const std::lock_guard<std::mutex> hold(s.mutex);
+        useDevice("launch");
         if (refusal(kernel, grid, block) != cudaSuccess) return cudaErrorInvalidConfiguration;
         s.launches.push_back({kernel.name, grid.x, grid.y, block.x, block.y});
         reverse = s.faults.reverse;
+        lost = s.faults.lostLaunches;
         for (std::size_t i = 0; i < values.size(); ++i) {
             values[i] = arguments[i];
             if (kernel.parameters[i] == 'i') continue;
@@ -137,7 +148,7 @@ cudaError_t run(const gpu_test::PlainKernel& kernel, dim3 grid, dim3 block, void
             values[i] = &pointers[i];
         }
     }
-    gpu_test::runGrid(kernel, {grid.x, grid.y}, {block.x, block.y}, values.data(), reverse);
+    if (!lost) gpu_test::runGrid(kernel, {grid.x, grid.y}, {block.x, block.y}, values.data(), reverse);
     return cudaSuccess;
 }
 
@@ -221,9 +232,27 @@ cudaError_t cudaGetDeviceProperties(cudaDeviceProp* properties, int device) {
     return cudaSuccess;
 }
 
+cudaError_t cudaGetDevice(int* device) {
+    State& s = state();
+    const std::lock_guard<std::mutex> hold(s.mutex);
+    if (s.faults.deviceMiB.empty()) return cudaErrorNoDevice;
+    *device = currentDevice;
+    return cudaSuccess;
+}
+
+cudaError_t cudaSetDevice(int device) {
+    State& s = state();
+    const std::lock_guard<std::mutex> hold(s.mutex);
+    const bool exists = device >= 0 && device < static_cast<int>(s.faults.deviceMiB.size());
+    if (!exists || s.faults.busyDevice == device) return cudaErrorInvalidDevice;
+    currentDevice = device;
+    return cudaSuccess;
+}
+
 cudaError_t cudaMalloc(void** at, std::size_t bytes) {
     State& s = state();
     const std::lock_guard<std::mutex> hold(s.mutex);
+    useDevice("cudaMalloc");
     const std::uintptr_t address = allocationDenied('d', bytes) ? 0 : s.reserved.take(bytes);
     if (address == 0) return cudaErrorMemoryAllocation;  // *at is left alone
     s.device.emplace(address, garbage(bytes));
@@ -234,6 +263,7 @@ cudaError_t cudaMalloc(void** at, std::size_t bytes) {
 cudaError_t cudaFree(void* at) {
     State& s = state();
     const std::lock_guard<std::mutex> hold(s.mutex);
+    useDevice("cudaFree");
     if (s.device.erase(reinterpret_cast<std::uintptr_t>(at)) == 0)
         s.violations.emplace_back("wrong cudaFree");
     return cudaSuccess;
@@ -242,6 +272,7 @@ cudaError_t cudaFree(void* at) {
 cudaError_t cudaHostAlloc(void** at, std::size_t bytes, unsigned /*flags*/) {
     State& s = state();
     const std::lock_guard<std::mutex> hold(s.mutex);
+    useDevice("cudaHostAlloc");
     if (allocationDenied('h', bytes)) return cudaErrorMemoryAllocation;
     Block block = garbage(bytes);
     *at = block.bytes.get();
@@ -252,6 +283,7 @@ cudaError_t cudaHostAlloc(void** at, std::size_t bytes, unsigned /*flags*/) {
 cudaError_t cudaFreeHost(void* at) {
     State& s = state();
     const std::lock_guard<std::mutex> hold(s.mutex);
+    useDevice("cudaFreeHost");
     if (s.pageLocked.erase(at) == 0) s.violations.emplace_back("wrong cudaFreeHost");
     return cudaSuccess;
 }
@@ -262,6 +294,7 @@ cudaError_t cudaMemcpy(void* to, const void* from, std::size_t bytes, cudaMemcpy
     {
         State& s = state();
         const std::lock_guard<std::mutex> hold(s.mutex);
+        useDevice("copy");
         const int number = s.copies++;
         if (s.faults.copy >= 0 && number >= s.faults.copy) return cudaErrorLaunchFailure;
         const bool fromHost = kind == cudaMemcpyHostToDevice;
@@ -287,6 +320,7 @@ cudaError_t cudaMemcpy2D(void* to, std::size_t toPitch, const void* from, std::s
 cudaError_t cudaMemset(void* at, int value, std::size_t bytes) {
     State& s = state();
     const std::lock_guard<std::mutex> hold(s.mutex);
+    useDevice("memset");
     char* target = storage(at, bytes, "memset");
     if (target == nullptr) return cudaErrorInvalidValue;
     std::memset(target, value, bytes);

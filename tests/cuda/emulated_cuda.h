@@ -35,10 +35,12 @@ struct Allocation {
 struct Faults {
     bool countFails = false;
     std::vector<std::size_t> deviceMiB = {8192};
-    int allocation = -1;   // device and page-locked together
-    int copy = -1;         // from this one on all fail
-    std::string kernel;    // every launch of it is refused
-    bool reverse = false;  // not a fault: threads run last to first
+    int allocation = -1;        // device and page-locked together
+    int copy = -1;              // from this one on all fail
+    std::string kernel;         // every launch of it is refused
+    bool lostLaunches = false;  // are accepted and not done
+    int busyDevice = -1;        // cannot be selected
+    bool reverse = false;       // not a fault: threads run last to first
 };
 
 /// Takes effect at once and restarts the counts and records.
@@ -50,7 +52,7 @@ inline void reset() {
 std::vector<Launch> launches();
 std::vector<Allocation> allocations();
 /// Uses that a device would punish: foreign pointers, copies out of range or in the wrong direction, frees of
-/// what is not allocated.
+/// what is not allocated, anything done while another device than the first is the thread's.
 std::vector<std::string> violations();
 void addViolation(const std::string& what);
 int copies();

@@ -84,6 +84,8 @@ class CudaFailures : public testing::TestWithParam<std::tuple<std::int32_t, std:
         EXPECT_EQ(a.outputs.flags.frameY, b.outputs.flags.frameY) << what;
     }
 
+    std::unique_ptr<Session> session_;
+
   private:
     static Shot shot(const std::function<StitchOutputs()>& call) {
         Shot shot;
@@ -92,7 +94,6 @@ class CudaFailures : public testing::TestWithParam<std::tuple<std::int32_t, std:
         return shot;
     }
 
-    std::unique_ptr<Session> session_;
     std::vector<Frame> frames_;
 };
 
@@ -114,6 +115,20 @@ TEST_P(CudaFailures, ARefusedKernelCostsOneFrame) {
         next(2);
         expectSame(next(3), whole, kernel);
     }
+}
+
+TEST_P(CudaFailures, ARefusedRowRangeCostsOneFrame) {
+    const Shot whole = wholeStream();
+    const Shot before = start();
+    Faults faults;
+    faults.kernel = "getRowRangeKernel";
+    emulated_cuda::setFaults(faults);
+    session_->expect(60, 50);
+    expectBrokenOff(next(2), before, faults.kernel);
+    emulated_cuda::reset();
+    session_->expectNothing();
+    next(2);
+    expectSame(next(3), whole, faults.kernel);
 }
 
 TEST_P(CudaFailures, ADeviceThatStopsCopyingCostsOneFrame) {

@@ -40,6 +40,17 @@ class CudaSetup : public testing::Test {
         if (debug != nullptr) *debug = debugged;
         return done;
     }
+    /// Nothing is left, without lines about the threads.
+    void expectFailedTrial(const FrameSetup& setup, const std::string& reason) {
+        Lines lines, debug;
+        EXPECT_FALSE(init(setup, &lines, &debug));
+        EXPECT_EQ(lines, (Lines{memoryLabel + "8192 MB", "CUDA trial failed: " + reason}));
+        EXPECT_EQ(debug, Lines{});
+        EXPECT_EQ(emulated_cuda::liveBlocks(), 0U);
+        EXPECT_EQ(emulated_cuda::violations(), Lines{});
+        EXPECT_EQ(captureLines([&] { engine.uinitJoint(); }),
+                  (Lines{"pthread_join cuda_one_pid failed", "pthread_join cuda_two_pid failed"}));
+    }
     static Faults withDevices(std::vector<std::size_t> mib) {
         Faults faults;
         faults.deviceMiB = std::move(mib);
@@ -127,6 +138,7 @@ Lines expectedAllocations(std::size_t rows, std::size_t cols, std::size_t channe
     append(list, 2, 'd', p);
     append(list, 4, 'd', r);
     append(list, 4, 'd', 4 * r);
+    if (cols % 2 != 0) append(list, 2, 'd', rows * (cols - 1));  // packed to an even width
     append(list, 2, 'h', 4 * p);
     return list;
 }
@@ -199,25 +211,34 @@ TEST_F(CudaSetup, RefusesFramesThatTheKernelsCannotIndex) {
     }
 }
 
-TEST_F(CudaSetup, AnyMissingBufferFailsTheFrameNotTheProcess) {
-    ASSERT_TRUE(init(small));
+TEST_F(CudaSetup, AnyMissingBufferEndsTheInitialisation) {
+    constexpr FrameSetup odd{61, 91, 3, 1, 20000, 20000};
+    ASSERT_TRUE(init(odd));
     const auto count = static_cast<int>(emulated_cuda::allocations().size());
     tearDown();
-    Frame frame(60 * 90 * 3, 100);
-    const StitchCall call{frame.data(), frame.data(), 0, 1, {}, nullptr, nullptr, nullptr, nullptr};
     for (int failing = 0; failing < count; ++failing) {
         Faults faults;
         faults.allocation = failing;
         emulated_cuda::setFaults(faults);
-        ASSERT_TRUE(init(small)) << "allocation " << failing;
-        std::int32_t result = 0;
-        EXPECT_EQ(captureLines([&] { result = engine.stichingImagedJoint(call); }),
-                  (Lines{"ptr is null", "stitchingImageOffsetCuda failed"}))
-            << "allocation " << failing;
-        EXPECT_EQ(result, -1);
-        tearDown();
-        EXPECT_EQ(emulated_cuda::violations(), Lines{});
-        EXPECT_EQ(emulated_cuda::liveBlocks(), 0U);
+        expectFailedTrial(odd, "CUDA allocation failed with error 2");
+    }
+}
+
+TEST_F(CudaSetup, ADeviceThatDoesNotWorkEndsTheInitialisation) {
+    Faults refusing, losing, notCopying;
+    refusing.kernel = "pretJudgeImageCh1Kernel";
+    losing.lostLaunches = true;
+    notCopying.copy = 1;
+    for (const auto& [faults, reason] :
+         {std::pair<Faults, std::string>{refusing, "CUDA kernel launch failed with error 9"},
+          {losing, "a kernel did not run"},
+          {notCopying, "CUDA copy to the host failed with error 719"}}) {
+        emulated_cuda::setFaults(faults);
+        expectFailedTrial(small, reason);
+        emulated_cuda::setFaults({});
+        ASSERT_TRUE(init(small)) << "a repaired device is tried again";
+        emulated_cuda::setFaults(faults);
+        expectFailedTrial(small, reason);  // also with everything there
     }
 }
 
@@ -268,6 +289,32 @@ TEST(CudaChoice, UnusableFramesNeverReachTheDevice) {
     }
     EXPECT_EQ(emulated_cuda::deviceQueries(), 0);
     EXPECT_TRUE(emulated_cuda::allocations().empty());
+}
+
+// A session that could only fail.
+TEST(CudaChoice, AfterAFailedTrialTheProcessorStitches) {
+    Faults faults;
+    faults.allocation = 5;
+    emulated_cuda::setFaults(faults);
+    const Picture picture = makePicture(Texture::fine, 300, 400, 3, 8);
+    Lines lines;
+    const Lines debug = captureDebugLines([&] {
+        lines = captureLines([&] {
+            SessionOptions options{160, 210, 3};
+            options.forceCpu = false;
+            Session session(options);
+            EXPECT_TRUE(session.ready());
+            Frame first = picture.window(20, 20, 160, 210);
+            EXPECT_EQ(session.start(first, picture.window(80, 70, 160, 210)).result, 0);
+        });
+    });
+    EXPECT_EQ(std::count(debug.begin(), debug.end(), "use CUDA"), 0);
+    EXPECT_EQ(std::count(debug.begin(), debug.end(), "use CPU"), 1);
+    EXPECT_EQ(
+        std::count(lines.begin(), lines.end(), "CUDA trial failed: CUDA allocation failed with error 2"), 1);
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), "pthread_join cuda_one_pid success"), 0);
+    EXPECT_TRUE(emulated_cuda::launches().empty());
+    EXPECT_EQ(emulated_cuda::liveBlocks(), 0U);
 }
 
 TEST(CudaChoice, WithoutADeviceTheProcessorStitches) {

@@ -80,6 +80,8 @@ bool everyCallFails() {
     const cudaError_t codes[] = {
         cudaGetDeviceCount(&count),
         cudaGetDeviceProperties(&properties, 0),
+        cudaGetDevice(&count),
+        cudaSetDevice(0),
         cudaMalloc(&at, 4),
         cudaFree(bytes),
         cudaHostAlloc(&at, 4, cudaHostAllocDefault),

@@ -58,6 +58,44 @@ int greyOnDevice(unsigned char blue, unsigned char green, unsigned char red) {
     return error != 0 ? 1000 + error : pixel[3];
 }
 
+/// The library as a host sees it, on a driver with these faults.
+class Host {
+  public:
+    explicit Host(const fake_driver::Faults& faults) {
+        fake_driver::setFaults(faults);
+        const Picture picture = makePicture(Texture::fine, 300, 400, 3, 8);
+        first_ = picture.window(20, 20, 160, 210);
+        second_ = picture.window(70, 60, 160, 210);
+        const Lines lines = captureLines([&] {
+            SessionOptions options{160, 210, 3};
+            options.forceCpu = false;
+            session_ = std::make_unique<Session>(options);
+        });
+        init_ = {session_->ready() ? 0 : -1, lines};
+    }
+    /// What a call gives and says; a stitch call's is printed for the parent.
+    struct Answer {
+        int result;
+        Lines lines;
+        bool says(const char* line) const { return std::count(lines.begin(), lines.end(), line) == 1; }
+    };
+    const Answer& init() const { return init_; }
+    Answer stitch() {
+        StitchOutputs out;
+        const Lines lines = captureLines([&] { out = session_->start(first_, second_); });
+        for (const std::string& line : lines) std::fprintf(stderr, "%d %s\n", out.result, line.c_str());
+        return {out.result, lines};
+    }
+    void end() {
+        captureOutput([this] { session_.reset(); });
+    }
+
+  private:
+    Frame first_, second_;
+    std::unique_ptr<Session> session_;
+    Answer init_{};
+};
+
 TEST_F(DriverUse, EveryThreadGetsTheSameContextWhileItCalls) {
     std::vector<int> greys(8 * 50);
     std::vector<int> depths(8, -1);
@@ -81,9 +119,22 @@ TEST_F(DriverUse, TheHostsOwnContextStaysCurrent) {
     ASSERT_EQ(cuda_driver::cuCtxPushCurrent_v2(own), 0);
     EXPECT_EQ(greyOnDevice(0, 255, 0), 150);
     EXPECT_EQ(fake_driver::contextDepth(), 1);
+    Host host({});
+    EXPECT_EQ(host.stitch().result, 0);
+    host.end();
+    EXPECT_EQ(fake_driver::contextDepth(), 1);
     cuda_driver::Context top = nullptr;
     ASSERT_EQ(cuda_driver::cuCtxPopCurrent_v2(&top), 0);
     EXPECT_EQ(top, own);
+}
+
+TEST_F(DriverUse, ThereIsNoOtherDeviceThanTheFirst) {
+    int device = 7;
+    EXPECT_EQ(cudaGetDevice(&device), cudaSuccess);
+    EXPECT_EQ(device, 0);
+    EXPECT_EQ(cudaSetDevice(0), cudaSuccess);
+    EXPECT_EQ(cudaSetDevice(1), cudaErrorInvalidDevice);
+    EXPECT_EQ(fake_driver::contextDepth(), 0);
 }
 
 TEST_F(DriverUse, CopiesOfAllDirectionsAndShapes) {
@@ -136,44 +187,6 @@ TEST_F(DriverUse, WhatIsNoKernelIsNotLaunched) {
     EXPECT_TRUE(emulated_cuda::launches().empty());
 }
 
-/// The library as a host sees it, on a driver with these faults.
-class Host {
-  public:
-    explicit Host(const fake_driver::Faults& faults) {
-        fake_driver::setFaults(faults);
-        const Picture picture = makePicture(Texture::fine, 300, 400, 3, 8);
-        first_ = picture.window(20, 20, 160, 210);
-        second_ = picture.window(70, 60, 160, 210);
-        captureOutput([&] {
-            SessionOptions options{160, 210, 3};
-            options.forceCpu = false;
-            session_ = std::make_unique<Session>(options);
-        });
-        ready_ = session_->ready();
-    }
-    bool ready() const { return ready_; }
-    /// What a stitch call gives and says; printed for the parent.
-    struct Answer {
-        int result;
-        Lines lines;
-        bool says(const char* line) const { return std::count(lines.begin(), lines.end(), line) == 1; }
-    };
-    Answer stitch() {
-        StitchOutputs out;
-        const Lines lines = captureLines([&] { out = session_->start(first_, second_); });
-        for (const std::string& line : lines) std::fprintf(stderr, "%d %s\n", out.result, line.c_str());
-        return {out.result, lines};
-    }
-    void end() {
-        captureOutput([this] { session_.reset(); });
-    }
-
-  private:
-    Frame first_, second_;
-    std::unique_ptr<Session> session_;
-    bool ready_ = false;
-};
-
 /// Such tests need a driver that was not used before: each ends a process of its own.
 [[noreturn]] void endChild(bool success) {
     for (const std::string& violation : emulated_cuda::violations())
@@ -183,19 +196,21 @@ class Host {
 
 using DriverUseDeathTest = DriverUse;
 
-TEST_F(DriverUseDeathTest, CodeThatDoesNotLoadFailsTheLaunchAndNothingElse) {
+TEST_F(DriverUseDeathTest, WhereTheCodeDoesNotLoadTheProcessorStitches) {
     const auto child = [] {
         fake_driver::Faults faults;
         faults.loadError = 209;  // no code for this device
         Host host(faults);
-        const auto failed = host.stitch();
-        const bool allocated = emulated_cuda::liveBlocks() > 0 && fake_driver::modulesLoaded() == 0;
-        fake_driver::setFaults({});
-        const auto repaired = host.stitch();
+        const auto onProcessor = host.stitch();
+        const bool nothing = emulated_cuda::liveBlocks() == 0 && emulated_cuda::launches().empty() &&
+                             fake_driver::modulesLoaded() == 0;
         host.end();
-        endChild(host.ready() && allocated && failed.result == -1 &&
-                 failed.says("CUDA offset stage failed: CUDA kernel launch failed with error 209") &&
-                 repaired.result == 0);
+        Host repaired({});
+        const auto onDevice = repaired.stitch();
+        repaired.end();
+        endChild(host.init().result == 0 &&
+                 host.init().says("CUDA trial failed: CUDA kernel launch failed with error 209") && nothing &&
+                 onProcessor.result == 0 && onDevice.result == 0 && !emulated_cuda::launches().empty());
     };
     EXPECT_EXIT(child(), testing::ExitedWithCode(0), "");
 }
@@ -209,26 +224,26 @@ TEST_F(DriverUseDeathTest, AMissingKernelFailsItsLaunch) {
         fake_driver::setFaults({});
         const auto repaired = host.stitch();
         host.end();
-        endChild(host.ready() && fake_driver::modulesLoaded() == 1 && failed.result == -1 &&
+        endChild(host.init().result == 0 && fake_driver::modulesLoaded() == 1 && failed.result == -1 &&
                  failed.says("worker job failed: CUDA kernel launch failed with error 500") &&
                  repaired.result == 0);
     };
     EXPECT_EXIT(child(), testing::ExitedWithCode(0), "");
 }
 
-TEST_F(DriverUseDeathTest, WithoutAContextThereAreNoBuffers) {
+TEST_F(DriverUseDeathTest, WithoutAContextTheProcessorStitches) {
     const auto child = [] {
         fake_driver::Faults faults;
         faults.contextError = 2;
         Host host(faults);
-        const auto failed = host.stitch();
+        const auto onProcessor = host.stitch();
         const bool nothing = emulated_cuda::allocations().empty() && fake_driver::contextsRetained() == 0;
         host.end();
         Host repaired({});
         const int result = repaired.stitch().result;
         repaired.end();
-        endChild(nothing && failed.result == -1 && failed.says("ptr is null") && result == 0 &&
-                 fake_driver::contextsRetained() == 1);
+        endChild(host.init().says("CUDA initialisation failed: CUDA device selection failed with error 2") &&
+                 nothing && onProcessor.result == 0 && result == 0 && fake_driver::contextsRetained() == 1);
     };
     EXPECT_EXIT(child(), testing::ExitedWithCode(0), "");
 }

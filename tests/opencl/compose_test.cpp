@@ -157,7 +157,7 @@ TEST_P(OpenClComposition, MeasuresTheBrightnessOfWhatDiffersAndFiltersIt) {
     EXPECT_EQ(record.curBrightMean, reference::meanOfBright(now.grey.data(), now.part.pixels()));
     EXPECT_NE(record.prevMean, record.curMean);
 
-    const auto kept = [](const OverlapSide& side) {
+    const auto kept = [](const OverlapCut& side) {
         return Frame{side.zeroSum.data(), side.zeroSum.data() + side.zeroSum.size()};
     };
     EXPECT_TRUE(kept(engine().overlapPrevious) == before.answer());

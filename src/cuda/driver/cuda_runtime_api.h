@@ -20,6 +20,7 @@ enum cudaError_t : int {
     cudaErrorInsufficientDriver = 35,
     cudaErrorInvalidDeviceFunction = 98,
     cudaErrorNoDevice = 100,
+    cudaErrorInvalidDevice = 101,
     cudaErrorLaunchFailure = 719
 };
 
@@ -42,6 +43,8 @@ constexpr unsigned cudaHostAllocDefault = 0;
 extern "C" {
 cudaError_t cudaGetDeviceCount(int* count);
 cudaError_t cudaGetDeviceProperties(cudaDeviceProp* properties, int device);
+cudaError_t cudaGetDevice(int* device);
+cudaError_t cudaSetDevice(int device);
 cudaError_t cudaMalloc(void** at, std::size_t bytes);
 cudaError_t cudaFree(void* at);
 cudaError_t cudaHostAlloc(void** at, std::size_t bytes, unsigned flags);

@@ -114,6 +114,20 @@ cudaError_t cudaGetDeviceProperties(cudaDeviceProp* properties, int device) {
     });
 }
 
+// Every call below makes the first device's context current for its own length: no other is ever used.
+
+cudaError_t cudaGetDevice(int* device) {
+    return withDriver([&](const DriverApi&) -> Result {
+        *device = 0;
+        return cudaSuccess;
+    });
+}
+
+cudaError_t cudaSetDevice(int device) {
+    if (device != 0) return cudaErrorInvalidDevice;
+    return onDevice([](const DriverApi&) -> Result { return cudaSuccess; });
+}
+
 cudaError_t cudaMalloc(void** at, std::size_t bytes) {
     return onDevice([&](const DriverApi& driver) {
         Address address = 0;

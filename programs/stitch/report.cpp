@@ -1,0 +1,173 @@
+#include "stitch/report.h"
+
+#include <cmath>
+#include <cstdio>
+#include <ctime>
+#include <nlohmann/json.hpp>
+
+namespace brantel::programs {
+
+namespace {
+
+// Keeps the order in which the entries are made.
+using Json = nlohmann::ordered_json;
+
+Json point(cv::Point at) {
+    return {{"x", at.x}, {"y", at.y}};
+}
+
+/// JSON has no NaN, which the library gives for an overlap without samples.
+Json finite(float value) {
+    return std::isfinite(value) ? Json(value) : Json();
+}
+
+Json brightness(const StitchFlags& record) {
+    return {{"previous_mean", finite(record.prevMean)},
+            {"current_mean", finite(record.curMean)},
+            {"previous_bright_mean", finite(record.prevBrightMean)},
+            {"current_bright_mean", finite(record.curBrightMean)}};
+}
+
+/// "2024-11-21T17:16:00.123456789Z".
+std::string timeText(std::int64_t nanoseconds) {
+    constexpr std::int64_t second = 1000000000;
+    std::int64_t fraction = nanoseconds % second;
+    if (fraction < 0) fraction += second;
+    const auto whole = static_cast<std::time_t>((nanoseconds - fraction) / second);
+    std::tm utc{};
+#if defined(_WIN32)
+    gmtime_s(&utc, &whole);
+#else
+    gmtime_r(&whole, &utc);
+#endif
+    char text[80];
+    std::snprintf(text, sizeof text, "%04d-%02d-%02dT%02d:%02d:%02d.%09lldZ", utc.tm_year + 1900,
+                  utc.tm_mon + 1, utc.tm_mday, utc.tm_hour, utc.tm_min, utc.tm_sec,
+                  static_cast<long long>(fraction));
+    return text;
+}
+
+Json pair(const Range& range) {
+    return Json::array({range.low, range.high});
+}
+
+void addOrigin(const Origin& origin, Json& entry) {
+    const bool isFile = origin.bytes >= 0;
+    entry["path"] = origin.path.empty() ? Json() : Json(origin.path);
+    entry["page"] = origin.page;
+    entry["bytes"] = isFile ? Json(origin.bytes) : Json();
+    entry["modified"] = isFile ? Json(timeText(origin.modified)) : Json();
+    entry["range"] = origin.range ? pair(*origin.range) : Json();
+    if (!origin.kept.empty()) entry["kept"] = origin.kept;
+}
+
+void addMeasures(const FrameReport& frame, bool brightnessMeasured, Json& entry) {
+    const StitchFlags& record = frame.answer.record;
+    // The library takes the first frame together with the second and answers for that one.
+    entry["result"] = frame.attempts > 0 && !frame.startsMosaic ? Json(frame.answer.result) : Json();
+    entry["offset"] = frame.measured ? point({record.offset.x, record.offset.y}) : Json();
+    entry["matches"] = frame.measured ? Json(record.matchCount) : Json();
+    entry["brightness"] = frame.measured && brightnessMeasured ? brightness(record) : Json();
+    entry["expected"] = frame.expected ? point(*frame.expected) : Json();
+    entry["used_expected"] = frame.usedExpected;
+    entry["attempts"] = frame.attempts;
+    entry["milliseconds"] = std::round(frame.milliseconds * 1000) / 1000;
+}
+
+Json settingsEntry(const SessionSettings& settings) {
+    return {{"density", settings.densityLevel},
+            {"mode", settings.mainMode == 0 ? "brightness" : "motion"},
+            {"static", settings.staticFlag != 0},
+            {"limit", {settings.limitA, settings.limitB}},
+            {"scale", settings.scale}};
+}
+
+Json pictureEntry(const SavedMosaic& mosaic) {
+    return {
+        {"file", mosaic.file},          {"mosaic", mosaic.mosaic},        {"width", mosaic.size.width},
+        {"height", mosaic.size.height}, {"origin", point(mosaic.origin)}, {"first_frame", mosaic.firstFrame},
+        {"frames", mosaic.frames}};
+}
+
+Json mirroredAxes(const Tally& tally) {
+    Json axes = Json::array();
+    if (tally.agreementX().mirrored()) axes.push_back("x");
+    if (tally.agreementY().mirrored()) axes.push_back("y");
+    return axes;
+}
+
+std::string line(const Json& json) {
+    // File names may hold any bytes; what is no text becomes a replacement sign.
+    return json.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
+}  // namespace
+
+std::string runLine(const RunSummary& summary) {
+    const Json entry = {{"program", "brantel-stitch"},
+                        {"version", BRANTEL_VERSION},
+                        {"inputs", summary.inputs},
+                        {"output", summary.output},
+                        {"settings", settingsEntry(summary.settings)}};
+    return line({{"run", entry}});
+}
+
+std::string frameLine(const FrameReport& frame, const SessionSettings& settings) {
+    Json entry;
+    entry["frame"] = frame.number;
+    entry["file"] = frame.name;
+    entry["placed"] = frame.placed;
+    entry["reason"] = frame.placed ? Json() : Json(nameOf(frame.reason));
+    if (!frame.detail.empty()) entry["detail"] = frame.detail;
+    entry["mosaic"] = frame.placed ? Json(frame.mosaic) : Json();
+    entry["position"] = frame.placed ? point(frame.position) : Json();
+    entry["starts_mosaic"] = frame.startsMosaic;
+    addMeasures(frame, settings.mainMode == 0, entry);
+    addOrigin(frame.origin, entry);
+    return line(entry);
+}
+
+std::string rangeLine(const Range& range) {
+    return line({{"range", pair(range)}});
+}
+
+std::string droppedLine(std::size_t dropped) {
+    return line({{"dropped", dropped}});
+}
+
+std::string pictureLine(const SavedMosaic& mosaic) {
+    return line({{"picture", pictureEntry(mosaic)}});
+}
+
+std::string summaryLine(const Tally& tally, const RunSummary& summary) {
+    const OffsetErrors& errors = tally.offsetErrors();
+    Json entry;
+    entry["frames"] = tally.frames();
+    entry["placed"] = tally.placed();
+    entry["skipped"] = tally.skipped();
+    entry["refused"] = tally.refused();
+    entry["dropped"] = summary.dropped;
+    entry["reasons"] = tally.refusals();
+    entry["mosaics"] = Json::array();
+    for (const SavedMosaic& mosaic : summary.mosaics) entry["mosaics"].push_back(pictureEntry(mosaic));
+    if (summary.positionsKnown) {
+        entry["offsets"] = {
+            {"compared", errors.compared}, {"exact", errors.exact}, {"largest_error", errors.largest}};
+        entry["mirrored"] = mirroredAxes(tally);
+    }
+    entry["range"] = tally.range() ? pair(*tally.range()) : Json();
+    entry["seconds"] = summary.seconds;
+    entry["frames_per_second"] = framesPerSecond(tally, summary);
+    entry["library_frames_per_second"] = tally.libraryFramesPerSecond();
+    entry["interrupted"] = summary.interrupted;
+    entry["stopped"] = summary.stopped;
+    entry["settings"] = settingsEntry(summary.settings);
+    entry["version"] = BRANTEL_VERSION;
+    return line({{"summary", entry}});
+}
+
+double framesPerSecond(const Tally& tally, const RunSummary& summary) {
+    return summary.seconds > 0 ? static_cast<double>(tally.frames()) / summary.seconds : 0;
+}
+
+}  // namespace brantel::programs

@@ -1,0 +1,84 @@
+#include "stitch/tally.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+namespace brantel::programs {
+
+namespace {
+
+/// Shifts along an axis that are too small say nothing about its direction.
+void compare(std::int32_t found, std::int32_t expected, AxisAgreement& agreement) {
+    constexpr std::int32_t far = 16;
+    const std::int32_t tolerance = std::abs(expected) / 4;
+    if (std::abs(expected) < far) return;
+    if (std::abs(found - expected) <= tolerance) ++agreement.same;
+    if (std::abs(found + expected) <= tolerance) ++agreement.opposite;
+}
+
+}  // namespace
+
+void Tally::add(const FrameReport& report) {
+    if (report.before) {
+        --reasons_[*report.before];
+        if (isNormalSkip(*report.before)) --skipped_;
+    } else {
+        ++frames_;
+        if (report.beyond) {
+            ++tooBright_;
+            brightest_ = std::max(brightest_, *report.beyond);
+        }
+    }
+    if (report.placed) {
+        ++placed_;
+    } else {
+        ++reasons_[report.reason];
+        if (isNormalSkip(report.reason)) ++skipped_;
+    }
+    if (!range_) range_ = report.origin.range;
+    if (report.attempts > 0 && !report.startsMosaic) {
+        ++stitched_;
+        milliseconds_ += report.milliseconds;
+        if (report.expected) ++expected_;
+    }
+    if (report.placed && report.measured && report.expected && !report.startsMosaic) addOffsets(report);
+    if (!report.placed && !isNormalSkip(report.reason)) examples_.emplace(report.reason, report);
+    last_ = report;
+}
+
+void Tally::addOffsets(const FrameReport& report) {
+    const auto& found = report.answer.record.offset;
+    const std::int32_t x = std::abs(found.x - report.expected->x);
+    const std::int32_t y = std::abs(found.y - report.expected->y);
+    ++errors_.compared;
+    if (x == 0 && y == 0) ++errors_.exact;
+    errors_.largest = std::max({errors_.largest, x, y});
+    if (report.usedExpected) return;
+    compare(found.x, report.expected->x, x_);
+    compare(found.y, report.expected->y, y_);
+}
+
+std::size_t Tally::count(Reason reason) const {
+    const auto found = reasons_.find(reason);
+    return found == reasons_.end() ? 0 : found->second;
+}
+
+std::map<std::string, std::size_t> Tally::refusals() const {
+    std::map<std::string, std::size_t> counts;
+    for (const auto& [reason, count] : reasons_)
+        if (count > 0 && !isNormalSkip(reason)) counts[nameOf(reason)] = count;
+    return counts;
+}
+
+std::string Tally::refusalsText() const {
+    std::string text;
+    for (const auto& [reason, count] : refusals())
+        text += (text.empty() ? "" : ", ") + std::to_string(count) + " " + reason;
+    return text;
+}
+
+double Tally::libraryFramesPerSecond() const {
+    return milliseconds_ > 0 ? 1000 * static_cast<double>(stitched_) / milliseconds_ : 0;
+}
+
+}  // namespace brantel::programs

@@ -1,0 +1,74 @@
+#include "pictures/image_io.h"
+
+#include <gtest/gtest.h>
+
+#include <opencv2/core.hpp>
+
+#include "scan/generated_picture.h"
+#include "support/scratch_directory.h"
+#include "system/files.h"
+
+namespace brantel::programs {
+namespace {
+
+using brantel::test::ScratchDirectory;
+
+std::vector<std::uint8_t> fileOf(const cv::Mat& picture, const std::string& name) {
+    const ScratchDirectory directory;
+    writePicture(name, picture);
+    return readFile(name);
+}
+
+/// The file with a preview inside, as cameras write it: an APP1 segment that holds a whole small JPEG.
+std::vector<std::uint8_t> withPreview(const std::vector<std::uint8_t>& file) {
+    const std::vector<std::uint8_t> preview = fileOf(cv::Mat(8, 8, CV_8UC1, cv::Scalar(50)), "small.jpg");
+    const std::size_t length = preview.size() + 2;
+    std::vector<std::uint8_t> result(file.begin(), file.begin() + 2);
+    for (const std::size_t byte : {std::size_t{0xFF}, std::size_t{0xE1}, length >> 8, length & 0xFF})
+        result.push_back(static_cast<std::uint8_t>(byte));
+    result.insert(result.end(), preview.begin(), preview.end());
+    result.insert(result.end(), file.begin() + 2, file.end());
+    return result;
+}
+
+TEST(DecodePicture, GivesBackWhatWasWritten) {
+    const cv::Mat picture = generatePicture({64, 48}, 1);
+    for (const char* name : {"p.png", "p.tif"}) {
+        if (!isOutputName(name)) continue;
+        const cv::Mat read = decodePicture(fileOf(picture, name), Channels::asStored);
+        ASSERT_EQ(read.size(), picture.size()) << name;
+        EXPECT_EQ(cv::norm(read, picture, cv::NORM_INF), 0) << name;
+    }
+    EXPECT_EQ(decodePicture(fileOf(picture, "p.jpg"), Channels::grey).type(), CV_8UC1);
+}
+
+TEST(DecodePicture, RefusesWhatBreaksOff) {
+    const cv::Mat picture = generatePicture({160, 120}, 1);
+    for (const char* name : {"p.png", "p.jpg", "p.tif"}) {
+        if (!isOutputName(name)) continue;
+        std::vector<std::uint8_t> file = fileOf(picture, name);
+        ASSERT_FALSE(decodePicture(file, Channels::asStored).empty()) << name;
+        file.resize(file.size() / 2);
+        EXPECT_TRUE(decodePicture(file, Channels::asStored).empty()) << name;
+        file.resize(3);
+        EXPECT_TRUE(decodePicture(file, Channels::asStored).empty()) << name;
+    }
+    EXPECT_TRUE(decodePicture({}, Channels::asStored).empty());
+    EXPECT_TRUE(decodePicture({'n', 'o', 'n', 'e'}, Channels::asStored).empty());
+}
+
+TEST(DecodePicture, IsNotTakenInByThePreviewOfABrokenJpeg) {
+    std::vector<std::uint8_t> file = withPreview(fileOf(generatePicture({160, 120}, 1), "p.jpg"));
+    ASSERT_FALSE(decodePicture(file, Channels::asStored).empty());
+    file.resize(file.size() * 3 / 4);
+    EXPECT_TRUE(decodePicture(file, Channels::asStored).empty());
+}
+
+TEST(WritePicture, NamesTheFormatsWhenAPictureIsTooLargeForIt) {
+    const ScratchDirectory directory;
+    EXPECT_THROW(writePicture("p.jpg", cv::Mat(1, 70000, CV_8UC1, cv::Scalar(1))), OutputError);
+    EXPECT_FALSE(std::filesystem::exists("p.jpg"));
+}
+
+}  // namespace
+}  // namespace brantel::programs

@@ -1,0 +1,146 @@
+#include "stitch/report.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <nlohmann/json.hpp>
+
+#include "stitch/table.h"
+
+namespace brantel::programs {
+namespace {
+
+using Json = nlohmann::json;
+
+FrameReport placedFrame(const std::string& name, Shift offset) {
+    FrameReport frame;
+    frame.number = 7;
+    frame.name = name;
+    frame.placed = frame.measured = true;
+    frame.mosaic = 1;
+    frame.position = {12, -34};
+    frame.attempts = 1;
+    frame.milliseconds = 5;
+    frame.answer = {0, true, Reason::none, StitchFlags{}};
+    frame.answer.record.offset = {offset.x, offset.y};
+    frame.answer.record.matchCount = 44;
+    return frame;
+}
+
+Json lineOf(const FrameReport& frame, std::int32_t mainMode = 0) {
+    SessionSettings settings;
+    settings.mainMode = mainMode;
+    const std::string line = frameLine(frame, settings);
+    EXPECT_EQ(line.find('\n'), line.size() - 1);
+    return Json::parse(line);
+}
+
+TEST(FrameLine, HoldsWhatWasMeasured) {
+    const Json entry = lineOf(placedFrame("a.png", {30, -2}));
+    EXPECT_EQ(entry["frame"], 7);
+    EXPECT_EQ(entry["file"], "a.png");
+    EXPECT_EQ(entry["offset"]["y"], -2);
+    EXPECT_EQ(entry["matches"], 44);
+    EXPECT_EQ(entry["position"]["y"], -34);
+    EXPECT_TRUE(entry["reason"].is_null());
+}
+
+TEST(FrameLine, HoldsTheReasonAndWhatIsBehindIt) {
+    FrameReport frame;
+    frame.name = "refused.png";
+    frame.reason = Reason::unreadable;
+    frame.detail = "the file is empty";
+    const Json entry = lineOf(frame);
+    EXPECT_EQ(entry["reason"], "unreadable");
+    EXPECT_EQ(entry["detail"], "the file is empty");
+    EXPECT_TRUE(entry["result"].is_null());
+    EXPECT_TRUE(entry["offset"].is_null());
+    EXPECT_TRUE(entry["position"].is_null());
+}
+
+TEST(FrameLine, TellsHowToReadTheFrameAgain) {
+    FrameReport frame = placedFrame("s.tif#3", {30, 0});
+    frame.origin = {"/data/s.tif", 3, 1234, 1700000000123456789, Range{300, 4095.5}, ""};
+    const Json entry = lineOf(frame);
+    EXPECT_EQ(entry["path"], "/data/s.tif");
+    EXPECT_EQ(entry["page"], 3);
+    EXPECT_EQ(entry["bytes"], 1234);
+    EXPECT_EQ(entry["modified"], "2023-11-14T22:13:20.123456789Z");
+    EXPECT_EQ(entry["range"], Json::array({300.0, 4095.5}));
+    EXPECT_FALSE(entry.contains("kept"));
+}
+
+TEST(FrameLine, OfWhatIsInNoFileNamesTheKeptFrame) {
+    FrameReport frame = placedFrame("input#3", {30, 0});
+    frame.origin = {"", 3, -1, 0, std::nullopt, "/kept/frame_000003.png"};
+    const Json entry = lineOf(frame);
+    EXPECT_TRUE(entry["path"].is_null());
+    EXPECT_TRUE(entry["bytes"].is_null());
+    EXPECT_TRUE(entry["modified"].is_null());
+    EXPECT_TRUE(entry["range"].is_null());
+    EXPECT_EQ(entry["kept"], "/kept/frame_000003.png");
+}
+
+TEST(FrameLine, WritesMeasuresThatAreNoNumbersAsNull) {
+    FrameReport frame = placedFrame("a.png", {30, 0});
+    frame.answer.record.prevMean = std::nanf("");
+    frame.answer.record.curMean = 17.5F;
+    const Json entry = lineOf(frame);
+    EXPECT_TRUE(entry["brightness"]["previous_mean"].is_null());
+    EXPECT_EQ(entry["brightness"]["current_mean"], 17.5);
+}
+
+TEST(FrameLine, HasNoBrightnessInMotionMode) {
+    EXPECT_TRUE(lineOf(placedFrame("a.png", {30, 0}), 1)["brightness"].is_null());
+}
+
+TEST(FrameLine, StaysValidWithAnyFileName) {
+    EXPECT_TRUE(lineOf(placedFrame("\xFF\"\\\n.png", {30, 0})).is_object());
+}
+
+TEST(SummaryLine, CountsAndNamesThePictures) {
+    Tally tally;
+    tally.add(placedFrame("a.png", {30, -2}));
+    FrameReport refused;
+    refused.reason = Reason::wrongSize;
+    tally.add(refused);
+    FrameReport skipped;
+    skipped.reason = Reason::shiftTooSmall;
+    tally.add(skipped);
+    RunSummary run;
+    run.mosaics.push_back({"m.png", 1, {300, 200}, {-50, 0}, 2, 1});
+    const Json summary = Json::parse(summaryLine(tally, run))["summary"];
+    EXPECT_EQ(summary["placed"], 1);
+    EXPECT_EQ(summary["skipped"], 1);
+    EXPECT_EQ(summary["refused"], 1);
+    EXPECT_EQ(summary["reasons"], Json({{"wrong size", 1}}));
+    EXPECT_EQ(summary["mosaics"][0]["origin"]["x"], -50);
+    EXPECT_EQ(summary["mosaics"][0]["first_frame"], 1);
+    EXPECT_FALSE(summary.contains("mirrored")) << "nothing was known beforehand";
+}
+
+TEST(OtherLines, AreObjectsOfOneName) {
+    EXPECT_EQ(Json::parse(rangeLine({1, 2}))["range"], Json::array({1.0, 2.0}));
+    EXPECT_EQ(Json::parse(droppedLine(3))["dropped"], 3);
+    EXPECT_EQ(Json::parse(pictureLine({"m.png", 2, {3, 4}, {5, 6}, 7, 8}))["picture"]["height"], 4);
+    RunSummary run;
+    run.inputs = {"scan"};
+    EXPECT_EQ(Json::parse(runLine(run))["run"]["inputs"][0], "scan");
+}
+
+TEST(Table, NamesReasonsAndMosaics) {
+    Tally tally;
+    tally.add(placedFrame("a", {30, 0}));
+    FrameReport refused;
+    refused.reason = Reason::tooFewMatches;
+    tally.add(refused);
+    RunSummary summary;
+    summary.mosaics.push_back({"m.png", 1, {300, 200}, {}, 2, 1});
+    const std::string text = table(tally, summary);
+    EXPECT_NE(text.find("refused          1  (1 too few matches)"), std::string::npos) << text;
+    EXPECT_NE(text.find("m.png  300 x 200 px, 2 frames"), std::string::npos) << text;
+    EXPECT_EQ(text.find("skipped"), std::string::npos) << "no row for what has not happened";
+}
+
+}  // namespace
+}  // namespace brantel::programs
