@@ -57,22 +57,23 @@ typedef struct brantel_session brantel_session;
 typedef int32_t brantel_status;
 enum {
     BRANTEL_OK = 0,
-    BRANTEL_NULL_ARGUMENT = 1,     ///< a pointer that must not be null is
-    BRANTEL_BAD_STRUCT_SIZE = 2,   ///< a struct's size field is too small, or the caller uses fields that are not known
-    BRANTEL_BAD_FRAME_SIZE = 3,    ///< columns, rows or channels cannot be used
-    BRANTEL_BAD_STRIDE = 4,        ///< a stride is shorter than a row
-    BRANTEL_BAD_SETTING = 5,       ///< another setting is out of its range
-    BRANTEL_BAD_POSITION = 6,      ///< a position or its uncertainty is not a number or out of its range
-    BRANTEL_NO_SUCH_FRAME = 7,     ///< no frame has this index
-    BRANTEL_NO_SUCH_MAP = 8,       ///< no map has or ever had this number
-    BRANTEL_BAD_RECTANGLE = 9,     ///< a rectangle is empty or leaves the range of coordinates
-    BRANTEL_BAD_REDUCTION = 10,    ///< a reduction factor is not a power of two in its range
-    BRANTEL_NO_MEMORY = 11,        ///< memory was short
-    BRANTEL_NO_THREADS = 12,       ///< the system gave no threads
-    BRANTEL_IN_USE = 13,           ///< another call on this session has not returned yet
-    BRANTEL_FORKED = 14,           ///< the session belongs to the process that this one was forked from
-    BRANTEL_TOO_LARGE = 15,        ///< a map would become longer than 2147483647 pixels
-    BRANTEL_INTERNAL_ERROR = 16    ///< anything else; the error text says what
+    BRANTEL_NULL_ARGUMENT = 1,  ///< a pointer that must not be null is
+    BRANTEL_BAD_STRUCT_SIZE =
+        2,  ///< a struct's size field is too small, or the caller uses fields that are not known
+    BRANTEL_BAD_FRAME_SIZE = 3,  ///< columns, rows or channels cannot be used
+    BRANTEL_BAD_STRIDE = 4,      ///< a stride is shorter than a row
+    BRANTEL_BAD_SETTING = 5,     ///< another setting is out of its range
+    BRANTEL_BAD_POSITION = 6,    ///< a position or its uncertainty is not a number or out of its range
+    BRANTEL_NO_SUCH_FRAME = 7,   ///< no frame has this index
+    BRANTEL_NO_SUCH_MAP = 8,     ///< no map has or ever had this number
+    BRANTEL_BAD_RECTANGLE = 9,   ///< a rectangle is empty or leaves the range of coordinates
+    BRANTEL_BAD_REDUCTION = 10,  ///< a reduction factor is not a power of two in its range
+    BRANTEL_NO_MEMORY = 11,      ///< memory was short
+    BRANTEL_NO_THREADS = 12,     ///< the system gave no threads
+    BRANTEL_IN_USE = 13,         ///< another call on this session has not returned yet
+    BRANTEL_FORKED = 14,         ///< the session belongs to the process that this one was forked from
+    BRANTEL_TOO_LARGE = 15,      ///< a map would become longer than 2147483647 pixels
+    BRANTEL_INTERNAL_ERROR = 16  ///< anything else; the error text says what
 };
 
 /// What became of a frame.
@@ -85,23 +86,23 @@ enum {
 
 /// Why a frame was not placed.
 enum {
-    BRANTEL_NO_REASON = 0,         ///< it was placed
-    BRANTEL_SHIFT_TOO_SMALL = 1,   ///< shifted by less than 10 % of a side against the frame that it joins
-    BRANTEL_SHIFT_TOO_LARGE = 2,   ///< shifted by 90 % of a side or more, which the settings do not allow
-    BRANTEL_TOO_FEW_CORNERS = 3,   ///< too little structure (without track keeping)
-    BRANTEL_TOO_FEW_MATCHES = 4,   ///< its corners found too few partners (without track keeping)
-    BRANTEL_BRIGHTNESS = 5,        ///< failed the brightness test
-    BRANTEL_MOTION = 6,            ///< failed the motion test
-    BRANTEL_NOTHING_JOINS = 7,     ///< no frame was found that it overlaps for certain
-    BRANTEL_NO_ROOM_TO_WAIT = 8,   ///< it waited and had to make room for a newer frame
-    BRANTEL_MAP_ENDED = 9          ///< it waited when the host began a new map
+    BRANTEL_NO_REASON = 0,        ///< it was placed
+    BRANTEL_SHIFT_TOO_SMALL = 1,  ///< shifted by less than 10 % of a side against the frame that it joins
+    BRANTEL_SHIFT_TOO_LARGE = 2,  ///< shifted by 90 % of a side or more, which the settings do not allow
+    BRANTEL_TOO_FEW_CORNERS = 3,  ///< too little structure (without track keeping)
+    BRANTEL_TOO_FEW_MATCHES = 4,  ///< its corners found too few partners (without track keeping)
+    BRANTEL_BRIGHTNESS = 5,       ///< failed the brightness test
+    BRANTEL_MOTION = 6,           ///< failed the motion test
+    BRANTEL_NOTHING_JOINS = 7,    ///< no frame was found that it overlaps for certain
+    BRANTEL_NO_ROOM_TO_WAIT = 8,  ///< it waited and had to make room for a newer frame
+    BRANTEL_MAP_ENDED = 9         ///< it waited when the host began a new map
 };
 
 /// How a frame's position was found.
 enum {
     BRANTEL_NOT_FOUND = 0,
-    BRANTEL_BY_FIRST = 1,        ///< it began its map
-    BRANTEL_BY_CORNERS = 2,      ///< by matching corners, near the shift known from elsewhere if there was one
+    BRANTEL_BY_FIRST = 1,    ///< it began its map
+    BRANTEL_BY_CORNERS = 2,  ///< by matching corners, near the shift known from elsewhere if there was one
     BRANTEL_BY_CORRELATION = 3,  ///< by correlation, which was certain where the corners said nothing
     BRANTEL_BY_POSITION = 4      ///< as the host said, since the pictures said nothing
 };
@@ -118,7 +119,8 @@ typedef struct brantel_settings {
     int32_t columns;   ///< of a frame, pixels, at least 1; frames of 82 and less seldom can be joined
     int32_t rows;      ///< the same
     int32_t channels;  ///< 1 or 3
-    int64_t stride;    ///< bytes from row to row of a frame whose input names no other; 0: rows follow each other
+    int64_t
+        stride;  ///< bytes from row to row of a frame whose input names no other; 0: rows follow each other
 
     int32_t density_level;  ///< -100 to 200, default 8: corners per frame = ((level + 8) * 500) / 16 - 100
     int32_t acceptance;     ///< one of the two tests; default brightness
@@ -128,13 +130,16 @@ typedef struct brantel_settings {
     /// of whole frames decide, frames are compared with the last one placed and nothing else, and the settings from here
     /// to trust_positions count for nothing: what brantel.h's three functions do.
     int32_t correlation;
-    int32_t trust_correlation;  ///< default 1: a certain correlation is used as it stands where corners say nothing
-    int32_t small_overlaps;     ///< default 1: frames shifted by 90 % of a side and more are merged, too
-    int32_t earlier_frames;     ///< 0 to 1000, default 6: with how many earlier frames a frame is compared at most when
-                                ///< it does not join the last one
-    int32_t waiting_frames;     ///< 0 to 10000, default 64: how many frames may wait
-    int32_t join_maps;          ///< default 1: maps that a frame connects become one
-    int32_t trust_positions;    ///< default 0; not 0: a frame whose picture says nothing is placed by its position
+    int32_t
+        trust_correlation;  ///< default 1: a certain correlation is used as it stands where corners say nothing
+    int32_t small_overlaps;  ///< default 1: frames shifted by 90 % of a side and more are merged, too
+    int32_t
+        earlier_frames;  ///< 0 to 1000, default 6: with how many earlier frames a frame is compared at most when
+                         ///< it does not join the last one
+    int32_t waiting_frames;  ///< 0 to 10000, default 64: how many frames may wait
+    int32_t join_maps;       ///< default 1: maps that a frame connects become one
+    int32_t
+        trust_positions;  ///< default 0; not 0: a frame whose picture says nothing is placed by its position
 
     /// Bytes for waiting frames and for what is kept of placed ones to compare others with, default 512 MiB, at least 0.
     /// The pictures of the maps and working memory of some frames' size are not counted.
@@ -150,8 +155,8 @@ typedef struct brantel_settings {
 typedef struct brantel_input {
     uint32_t size;         ///< sizeof(brantel_input)
     int32_t has_position;  ///< not 0: the three numbers below are given
-    int64_t stride;        ///< bytes from row to row, negative for pictures stored bottom up; 0: the settings' one
-    int64_t tag;           ///< any number, for instance a time; handed back with the frame
+    int64_t stride;  ///< bytes from row to row, negative for pictures stored bottom up; 0: the settings' one
+    int64_t tag;     ///< any number, for instance a time; handed back with the frame
     /// Where the host believes the frame's top-left pixel to lie, pixels, x to the right, y down, -1e9 to 1e9, in a
     /// system of its own: only differences between positions count.
     double x;
@@ -164,12 +169,12 @@ typedef struct brantel_input {
 
 /// What is known about a frame.
 typedef struct brantel_frame {
-    uint32_t size;      ///< sizeof(brantel_frame)
-    int32_t state;      ///< @ref BRANTEL_PLACED ...
-    int32_t reason;     ///< why it was not placed, @ref BRANTEL_NO_REASON ...
-    int32_t found_by;   ///< @ref BRANTEL_NOT_FOUND ...
-    int32_t map;        ///< number of the map in which its place is known, from 1; 0: not known
-    int32_t x;          ///< of its top-left pixel in that map
+    uint32_t size;     ///< sizeof(brantel_frame)
+    int32_t state;     ///< @ref BRANTEL_PLACED ...
+    int32_t reason;    ///< why it was not placed, @ref BRANTEL_NO_REASON ...
+    int32_t found_by;  ///< @ref BRANTEL_NOT_FOUND ...
+    int32_t map;       ///< number of the map in which its place is known, from 1; 0: not known
+    int32_t x;         ///< of its top-left pixel in that map
     int32_t y;
     int32_t matches;    ///< corner matches that support the place; 0 when corners were not asked
     double confidence;  ///< 0 to 1: how well the pictures support the place; 1 for a map's first frame
@@ -179,10 +184,10 @@ typedef struct brantel_frame {
 
 /// What adding a frame changed beside that frame; bits of brantel_answer::changes.
 enum {
-    BRANTEL_EARLIER_PLACED = 1,        ///< frames that waited were placed or skipped: their entries have changed
-    BRANTEL_EARLIER_REFUSED = 2,       ///< a frame that waited was refused: its entry has changed
-    BRANTEL_MAPS_JOINED = 4,           ///< earlier frames' maps and positions have changed
-    BRANTEL_MEMORY_MOVED = 8,          ///< the map's canvas grew; no position changed
+    BRANTEL_EARLIER_PLACED = 1,   ///< frames that waited were placed or skipped: their entries have changed
+    BRANTEL_EARLIER_REFUSED = 2,  ///< a frame that waited was refused: its entry has changed
+    BRANTEL_MAPS_JOINED = 4,      ///< earlier frames' maps and positions have changed
+    BRANTEL_MEMORY_MOVED = 8,     ///< the map's canvas grew; no position changed
     BRANTEL_POSITION_CONTRADICTED = 16  ///< the frame lies elsewhere than its position said
 };
 
@@ -209,11 +214,11 @@ typedef struct brantel_answer {
 
 /// What is known about a map.
 typedef struct brantel_map {
-    uint32_t size;           ///< sizeof(brantel_map)
-    int32_t joined_into;     ///< number of the map that it moved over into; 0: it is in use
-    int32_t joined_x;        ///< what was added to its coordinates then
+    uint32_t size;        ///< sizeof(brantel_map)
+    int32_t joined_into;  ///< number of the map that it moved over into; 0: it is in use
+    int32_t joined_x;     ///< what was added to its coordinates then
     int32_t joined_y;
-    int32_t x;               ///< the smallest rectangle that holds all of its frames; all 0 once it has been joined
+    int32_t x;  ///< the smallest rectangle that holds all of its frames; all 0 once it has been joined
     int32_t y;
     int32_t width;
     int32_t height;
@@ -288,8 +293,8 @@ BRANTEL_SESSION_API brantel_status brantel_session_map(const brantel_session* se
 ///                   channels), half up; 0 when none is.
 /// @param pixels     out: height x stride bytes, channels as the frames
 /// @param stride     bytes from row to row of the result, negative for bottom up; 0: rows follow each other
-BRANTEL_SESSION_API brantel_status brantel_session_read(const brantel_session* session, int32_t number, int32_t x,
-                                                        int32_t y, int32_t width, int32_t height,
+BRANTEL_SESSION_API brantel_status brantel_session_read(const brantel_session* session, int32_t number,
+                                                        int32_t x, int32_t y, int32_t width, int32_t height,
                                                         int32_t reduction, void* pixels, int64_t stride);
 
 /// Why the last call on this session failed, in English; "" when it did not. The text stays valid until the next call on

@@ -64,7 +64,7 @@ double percentile(std::vector<double>& samples, double part) {
 std::uint8_t toned(double sample, const Range& range, double factor) {
     if (!(sample > range.low)) return static_cast<std::uint8_t>(darkest);
     if (sample >= range.high) return static_cast<std::uint8_t>(brightest);
-    return static_cast<std::uint8_t>(darkest + (sample - range.low) * factor + 0.5);
+    return static_cast<std::uint8_t>(std::floor(darkest + (sample - range.low) * factor + 0.5));
 }
 
 }  // namespace

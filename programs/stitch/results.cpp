@@ -39,7 +39,7 @@ fs::path Results::freeName(const fs::path& asked, std::int32_t number) {
     if (number == 1) return asked;
     const std::string suffix = "-" + std::to_string(number);
     for (int k = 0;; ++k) {
-        const fs::path name = withSuffix(asked, k == 0 ? suffix : suffix + "_" + std::to_string(k));
+        fs::path name = withSuffix(asked, k == 0 ? suffix : suffix + "_" + std::to_string(k));
         const auto identity = identityOf(name);
         if (!identity || taken_.insert(*identity).second) return name;
     }

@@ -10,8 +10,6 @@ namespace brantel::session {
 /// coarser one. CoarseMatcher fills it.
 class CoarseFrame {
   public:
-    /// Memory in use, with the spectrum while there is one.
-    std::int64_t bytes() const;
     bool hasSpectrum() const { return !spectrum_.empty(); }
     /// Gives up the spectrum and the energies; the next comparison makes them anew.
     void dropSpectrum();

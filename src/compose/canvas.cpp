@@ -195,7 +195,7 @@ cv::Mat growCanvasForFrame(const cv::Mat& canvas, std::int32_t growRows, std::in
                            PaintedRows* painted, WorkerPair* workers) {
     const CanvasBorders borders = bordersForFrame(growRows, growCols, placement->position, offset, frameRows,
                                                   frameCols, canvas.rows, canvas.cols);
-    const cv::Mat grown = growCanvas(canvas, borders, painted, workers);
+    cv::Mat grown = growCanvas(canvas, borders, painted, workers);
     for (CornerPoint* point : {&placement->position, &placement->minimum, &placement->maximum}) {
         point->x += borders.left;
         point->y += borders.top;

@@ -10,7 +10,7 @@ PaintedRows::PaintedRows(std::int32_t rows, std::int32_t top, std::int32_t left)
 void PaintedRows::add(const Region& region) {
     const ColumnSpan columns{region.colStart + left_, region.colEnd + left_};
     for (std::int32_t r = region.rowStart; r < region.rowEnd; ++r) {
-        ColumnSpan& span = (*spans_)[static_cast<std::size_t>(top_ + r)];
+        ColumnSpan& span = (*spans_)[static_cast<std::size_t>(std::int64_t{top_} + r)];
         span = united(span, columns);
     }
 }

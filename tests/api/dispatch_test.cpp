@@ -83,9 +83,8 @@ TEST_F(Dispatch, RefusedGeometrySaysItsOneLineAndNothingElse) {
         directory.write("stitch.txt", contents);
         bool ready = true;
         Lines output;
-        const Lines debug = captureDebugLines([&] {
-            output = captureLines([&] { ready = initJoint(rows, cols, 2, 1, 20000, 20000, 0, 0); });
-        });
+        const Lines debug = captureDebugLines(
+            [&] { output = captureLines([&] { ready = initJoint(rows, cols, 2, 1, 20000, 20000, 0, 0); }); });
         EXPECT_FALSE(ready);
         EXPECT_TRUE(debug.empty());
         EXPECT_EQ(output, Lines{"initJoint refused: rows and columns must be positive, channels 1 or 3"});

@@ -25,13 +25,15 @@ class OverrideFile : public testing::Test {
 };
 
 TEST_F(OverrideFile, AnyNonzeroIntegerForcesTheCpu) {
-    for (const char* text : {"1", "-1", "2\n", "+7", "  \n\t 5", "12abc", "3 0", "1\r\n", "007", "4294967296", "-4294967296",
-                             "18446744073709551616", "100000000000000000000000000000000", "0000000000000000000000001"})
+    for (const char* text :
+         {"1", "-1", "2\n", "+7", "  \n\t 5", "12abc", "3 0", "1\r\n", "007", "4294967296", "-4294967296",
+          "18446744073709551616", "100000000000000000000000000000000", "0000000000000000000000001"})
         EXPECT_TRUE(forcedBy(text)) << text;
 }
 
 TEST_F(OverrideFile, ZeroOrNoNumberDoesNot) {
-    for (const char* text : {"0", "", "\n", "-0", "000", "0 1", "0x10", "x1", "cpu", ".5", "- 1", "+-1", "00000000000000000000000000000000"})
+    for (const char* text : {"0", "", "\n", "-0", "000", "0 1", "0x10", "x1", "cpu", ".5", "- 1", "+-1",
+                             "00000000000000000000000000000000"})
         EXPECT_FALSE(forcedBy(text)) << text;
 }
 

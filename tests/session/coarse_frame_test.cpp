@@ -53,14 +53,11 @@ TEST_F(CoarseFrames, AnswersAreTheSameEveryTime) {
 
 TEST_F(CoarseFrames, ADroppedSpectrumIsMadeAnew) {
     const CoarseShift first = match();
-    const std::int64_t bytes = previous.bytes();
     EXPECT_TRUE(previous.hasSpectrum());
     previous.dropSpectrum();
     EXPECT_FALSE(previous.hasSpectrum());
-    EXPECT_LT(previous.bytes(), bytes / 2);
     expectEqual(match(), first);
     EXPECT_TRUE(previous.hasSpectrum());
-    EXPECT_EQ(previous.bytes(), bytes);
 }
 
 TEST_F(CoarseFrames, FramesAreMovedAndCopied) {

@@ -146,13 +146,19 @@ TEST_F(StraightScan, HeadersThatAHostKeepsKeepSizeAndPlaceAndStayReadable) {
     }
 }
 
-TEST_F(StraightScan, GrowsWithinItsMemoryAfterTheFirstTime) {
+TEST_F(StraightScan, SeldomMovesToOtherMemory) {
     const StitchOutputs grown = scan(step, 0, 14);
     ASSERT_GT(grown.mosaic.cols, 6000);
     const std::uint8_t* pixels = grown.mosaic.data;
-    const StitchOutputs later = goOn(step, 0, 40);
+    int moves = 0;
+    StitchOutputs later;
+    for (int i = 0; i < 40; ++i) {
+        later = goOn(step, 0, 1);
+        moves += later.mosaic.data != pixels ? 1 : 0;
+        pixels = later.mosaic.data;
+    }
     EXPECT_GT(later.mosaic.cols, 6000 + 20 * frameSide);
-    EXPECT_EQ(later.mosaic.data, pixels) << "nothing was copied";
+    EXPECT_LE(moves, 3) << "each time the room doubles at least";
 }
 
 TEST_F(StraightScan, OnlyGrowthToTheSidesLeavesGapsBetweenTheRows) {
