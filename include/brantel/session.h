@@ -50,6 +50,9 @@
 extern "C" {
 #endif
 
+// Names as C writes them.
+// NOLINTBEGIN(readability-identifier-naming)
+
 /// A session. Made by @ref brantel_session_open, ended by @ref brantel_session_close.
 typedef struct brantel_session brantel_session;
 
@@ -300,6 +303,8 @@ BRANTEL_SESSION_API brantel_status brantel_session_read(const brantel_session* s
 /// Why the last call on this session failed, in English; "" when it did not. The text stays valid until the next call on
 /// the session. Never null; for a null pointer a text that says so.
 BRANTEL_SESSION_API const char* brantel_session_error(const brantel_session* session);
+
+// NOLINTEND(readability-identifier-naming)
 
 #ifdef __cplusplus
 }

@@ -58,7 +58,7 @@ const char* brantel_reason_text(int32_t reason) {
     return nameIn(reasons, reason);
 }
 
-const char* brantel_found_by_text(int32_t found_by) {
-    return nameIn(ways, found_by);
+const char* brantel_found_by_text(int32_t foundBy) {
+    return nameIn(ways, foundBy);
 }
 }

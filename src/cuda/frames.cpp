@@ -1,6 +1,7 @@
 // The frames of a call: how they come onto the device, and which of them the next call is measured against.
 #include <cstring>
 #include <new>
+#include <optional>
 
 #include "common/guard.h"
 #include "compose/reduction.h"
@@ -25,7 +26,8 @@ void fillZeroSamples(const DeviceBuffer<std::uint8_t>& image, const ImageDesc& f
 
 /// A device that fails on the way breaks the call off.
 bool CudaEngine::stitchingImageOffset(const StitchCall& call) {
-    const OnMosaicDevice device;
+    std::optional<OnMosaicDevice> device;
+    if (ready && !workers.areInherited()) device.emplace();
     bool ended = false;
     const bool done = succeeds(log, "CUDA offset stage", [&] {
         const bool suitable = Engine::stitchingImageOffset(call);

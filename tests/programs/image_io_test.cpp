@@ -34,7 +34,7 @@ std::vector<std::uint8_t> withPreview(const std::vector<std::uint8_t>& file) {
 TEST(DecodePicture, GivesBackWhatWasWritten) {
     const cv::Mat picture = generatePicture({64, 48}, 1);
     for (const char* name : {"p.png", "p.tif"}) {
-        if (!isOutputName(name)) continue;
+        if (!isPictureName(name)) continue;  // not every build reads what it writes
         const cv::Mat read = decodePicture(fileOf(picture, name), Channels::asStored);
         ASSERT_EQ(read.size(), picture.size()) << name;
         EXPECT_EQ(cv::norm(read, picture, cv::NORM_INF), 0) << name;
@@ -45,7 +45,7 @@ TEST(DecodePicture, GivesBackWhatWasWritten) {
 TEST(DecodePicture, RefusesWhatBreaksOff) {
     const cv::Mat picture = generatePicture({160, 120}, 1);
     for (const char* name : {"p.png", "p.jpg", "p.tif"}) {
-        if (!isOutputName(name)) continue;
+        if (!isPictureName(name)) continue;  // not every build reads what it writes
         std::vector<std::uint8_t> file = fileOf(picture, name);
         ASSERT_FALSE(decodePicture(file, Channels::asStored).empty()) << name;
         file.resize(file.size() / 2);

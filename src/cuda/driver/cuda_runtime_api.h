@@ -5,6 +5,9 @@
 
 #include <cstddef>
 
+// The toolkit's names.
+// NOLINTBEGIN(readability-identifier-naming)
+
 struct dim3 {
     unsigned x, y, z;
     explicit dim3(unsigned columns = 1, unsigned rows = 1, unsigned layers = 1)
@@ -56,3 +59,5 @@ cudaError_t cudaMemset(void* at, int value, std::size_t bytes);
 cudaError_t cudaLaunchKernel(const void* kernel, dim3 grid, dim3 block, void** arguments,
                              std::size_t sharedBytes, cudaStream_t stream);
 }
+
+// NOLINTEND(readability-identifier-naming)
