@@ -77,7 +77,7 @@ bool CpuEngine::imageMosaicFun() {
 /// then there, too, or is found out now.
 void CpuEngine::registerAlone() {
     const DetectionHelp help{&workers, &arena};
-    describeSide(log, currentSide, currentSide.grey.data(), expected, &help);
+    describeSide(log, currentSide, currentSide.grey.data(), expected, idle.isBusy() ? nullptr : &help);
     if (templateServes()) return;
     if (idle.finish()) {
         mosaic.templateState = TemplateState::described;

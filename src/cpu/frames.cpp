@@ -42,7 +42,7 @@ bool CpuEngine::takeFrames(const StitchCall& call) {
         keepApart(call);
         if (!beginMosaic(call)) return false;
     }
-    makeGrey(current, frame, currentSide.grey, &workers);
+    makeGrey(current, frame, currentSide.grey, idle.isBusy() ? nullptr : &workers);
     return true;
 }
 

@@ -32,19 +32,17 @@ void IdleWork::begin() {
     lastExpected_ = engine_.expected;
     const Mosaic& mosaic = engine_.mosaic;
     if (mosaic.templateState != TemplateState::placed) return;
-    hurried_ = false;
-    if (asBefore || !engine_.expected.use) {
-        shift_ = engine_.expected;
-        described_ = false;
-        describing_ = engine_.workers.model.request(Job::of(description_));
-    }
+    hurried_ = ready_ = described_ = false;
+    describing_ = asBefore || !engine_.expected.use;
+    shift_ = engine_.expected;
     cv::Point at;
     memory_ = wholeOf(mosaic.canvas, &at);
     const cv::Rect next(at.x + mosaic.record.frameX + mosaic.record.offset.x,
                         at.y + mosaic.record.frameY + mosaic.record.offset.y, engine_.frame.cols,
                         engine_.frame.rows);
     window_ = next & cv::Rect(cv::Point(), memory_.size());
-    touching_ = engine_.workers.match.request(Job::of(pages_));
+    working_ = engine_.workers.model.request(Job::of(work_));
+    if (!working_) describing_ = false;
 }
 
 bool IdleWork::describesFor(const ExpectedShift& shift) const {
@@ -53,10 +51,9 @@ bool IdleWork::describesFor(const ExpectedShift& shift) const {
 
 bool IdleWork::finish() {
     hurry();
-    if (describing_) engine_.workers.model.wait();
-    if (touching_) engine_.workers.match.wait();
+    if (working_) engine_.workers.model.wait();
     const bool described = describing_ && described_;
-    describing_ = touching_ = false;
+    working_ = describing_ = false;
     memory_.release();
     return described;
 }
@@ -70,6 +67,7 @@ void IdleWork::describe() {
         engine_.describeSide(silent, side, engine_.templateGrey.data(), shift_, nullptr);
         return !side.features.corners.empty();
     });
+    ready_ = true;
 }
 
 void IdleWork::touchPages() {

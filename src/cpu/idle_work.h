@@ -21,12 +21,14 @@ class IdleWork {
     IdleWork& operator=(const IdleWork&) = delete;
     ~IdleWork() { finish(); }
 
-    /// At the end of a call: hands the work to the workers if there is any.
+    /// At the end of a call: hands the work to a worker if there is any.
     void begin();
     /// The next call begins: what it does not need need not be finished.
     void hurry() { hurried_ = true; }
     /// True when the template is being described, or has been, for such a shift.
     bool describesFor(const ExpectedShift& shift) const;
+    /// True while a worker describes the template: with the caller's thread that keeps two processors busy.
+    bool isBusy() const { return describing_ && !ready_; }
     /// Waits until nothing is left to do. True when the template was described and has corners.
     bool finish();
 
@@ -35,23 +37,23 @@ class IdleWork {
     void touchPages();
 
     CpuEngine& engine_;
+    bool working_ = false;
     bool describing_ = false;
-    bool touching_ = false;
     bool described_ = false;
     ExpectedShift lastExpected_;
     ExpectedShift shift_;  // that the template is described for
     std::atomic<bool> hurried_{false};
-    cv::Mat memory_;   // that the canvas is a view into
-    cv::Rect window_;  // of the memory
+    std::atomic<bool> ready_{false};  // the description
+    cv::Mat memory_;                  // that the canvas is a view into
+    cv::Rect window_;                 // of the memory
 
-    struct Description {
+    struct Work {
         IdleWork& work;
-        void operator()() { work.describe(); }
-    } description_{*this};
-    struct Pages {
-        IdleWork& work;
-        void operator()() { work.touchPages(); }
-    } pages_{*this};
+        void operator()() {
+            if (work.describing_) work.describe();
+            work.touchPages();
+        }
+    } work_{*this};
 };
 
 }  // namespace brantel

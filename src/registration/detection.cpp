@@ -112,14 +112,13 @@ class BandScan {
         float sum = 0;
         for (std::int32_t r = from_; r < to_; ++r) {
             computeProducts(r + reach);
-            respond(r);
-            if (r >= first_ && r < last_) sum = added(sum, responses_.row(r), image_.cols);
+            sum = respond(r, sum);
             if (r > first_) findMaxima(r - 1);
         }
         if (to_ > last_) return sum;
         responses_.clear(last_);  // the border
         findMaxima(last_ - 1);
-        return sum;
+        return added(sum, responses_.row(last_ - 1), image_.cols);
     }
 
     /// Adds the band's responses, which stayed, to a sum.
@@ -133,17 +132,21 @@ class BandScan {
         ring_.compute(image_.pixels, r, harrisBorder - reach, image_.cols - harrisBorder + reach);
     }
 
-    void respond(std::int32_t r) {
+    /// Writes the responses of row r. The kernel adds up the row above meanwhile, which costs nothing beside its
+    /// arithmetic; a row above the band belongs to the sum of another band, so the cleared row stands in for it.
+    float respond(std::int32_t r, float sum) {
         float* response = responses_.row(r);
         response[harrisBorder - 1] = response[image_.cols - harrisBorder] = 0;  // maxima look there
+        const float* above = responses_.row(r - 1 >= first_ ? r - 1 : from_ - 1);
         const simd::HarrisRow row{
             {ring_.row(r - 2), ring_.row(r - 1), ring_.row(r), ring_.row(r + 1), ring_.row(r + 2)},
             image_.cols,
             ring_.filtered(),
             responseKernel,
             harrisK,
-            response};
-        simd::cornerKernels().harrisRow(row, harrisBorder, image_.cols - harrisBorder);
+            response,
+            above};
+        return simd::cornerKernels().harrisRow(row, harrisBorder, image_.cols - harrisBorder, sum);
     }
 
     /// Appends the maxima of a row, each the largest of its 3 x 3 neighbourhood. The mean that they have to

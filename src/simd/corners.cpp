@@ -78,7 +78,14 @@ inline void responses(const HarrisRow& row, const Taps& k, int64_t at, int64_t c
     }
 }
 
-void harrisRow(const HarrisRow& given, int64_t first, int64_t last) {
+/// One accumulator: the order of the additions is part of the result.
+template <bool whole>
+inline float added(float sum, const float* values, int64_t count) {
+    for (int64_t x = 0; x < columnsOf<whole>(count); ++x) sum += values[x];
+    return sum;
+}
+
+float harrisRow(const HarrisRow& given, int64_t first, int64_t last, float sum) {
     const HarrisRow row = given;  // a copy that no store can change
     const Taps taps{row.kernel[0], row.kernel[1], row.kernel[2], row.kernel[3], row.kernel[4]};
     const int64_t end = last + reach;
@@ -88,9 +95,13 @@ void harrisRow(const HarrisRow& given, int64_t first, int64_t last) {
     for (; x + block <= last && ready + block <= end; x += block, ready += block) {
         filterColumns<true>(row, taps, ready, block);
         responses<true>(row, taps, x, block, row.response + x);
+        // These wait for each other. Side by side with arithmetic that does not wait for them they cost
+        // little.
+        sum = added<true>(sum, row.responseAbove + x, block);
     }
     filterColumns<false>(row, taps, ready, end - ready);
     responses<false>(row, taps, x, last - x, row.response + x);
+    return added<false>(sum, row.responseAbove + x, last - x);
 }
 
 inline float addOneByOne(float sum, const float* values, int64_t count) {

@@ -13,6 +13,7 @@ struct HarrisRow {
     const float* kernel;       // of the 5-tap filters
     float k;
     float* response;
+    const float* responseAbove;
 };
 
 constexpr std::int64_t maximaSlack = 16;
@@ -22,8 +23,9 @@ struct CornerKernels {
     void (*gradientRow)(const std::uint8_t* above, const std::uint8_t* at, const std::uint8_t* below,
                         std::int64_t first, std::int64_t last, float* xx, float* yy, float* xy);
     /// Both 5-tap filters of the three products and the response at columns first to last - 1; reads 2
-    /// columns to each side. Responses that are not positive become 0.
-    void (*harrisRow)(const HarrisRow& row, std::int64_t first, std::int64_t last);
+    /// columns to each side. Responses that are not positive become 0. Returns sum with the responses of the
+    /// row above added from left to right.
+    float (*harrisRow)(const HarrisRow& row, std::int64_t first, std::int64_t last, float sum);
     /// sum with values, none of them negative or no number, added one by one from left to right, each time rounding to
     /// single precision.
     float (*addInOrder)(float sum, const float* values, std::int64_t count);

@@ -123,6 +123,7 @@ TEST_P(FloatLoops, HarrisRow) {
             rows[t] = placed(line, place);
             row.products[t] = rows[t]->data();
         }
+        const auto above = placed(products(cols, seed + 1), place);
         GuardedBuffer<float> filtered(3 * cols, place.guard, place.off);
         GuardedBuffer<float> out(cols, place.guard, place.off);
         row.plane = cols;
@@ -130,7 +131,11 @@ TEST_P(FloatLoops, HarrisRow) {
         row.kernel = responseKernel;
         row.k = harrisK;
         row.response = out.data();
-        corners().harrisRow(row, 2, cols - 2);
+        row.responseAbove = above->data();
+        float sum = static_cast<float>(seed) * 1000.3F;
+        const float found = corners().harrisRow(row, 2, cols - 2, sum);
+        for (std::int64_t x = 2; x < cols - 2; ++x) sum += (*above)[x];
+        ASSERT_EQ(found, sum);
         ASSERT_EQ(valuesOf(out), responseOf(images, cols));
         ASSERT_TRUE(out.intact() && filtered.intact());
     });
