@@ -93,6 +93,10 @@ cl_int clEnqueueWriteBuffer(cl_command_queue, cl_mem, cl_bool, size_t, size_t, c
                             const cl_event*, cl_event*) {
     return CL_SUCCESS;
 }
+cl_int clEnqueueCopyBufferRect(cl_command_queue, cl_mem, cl_mem, const size_t*, const size_t*, const size_t*,
+                               size_t, size_t, size_t, size_t, cl_uint, const cl_event*, cl_event*) {
+    return CL_SUCCESS;
+}
 cl_int clFinish(cl_command_queue) {
     return CL_SUCCESS;
 }
