@@ -4,20 +4,14 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdint>
-#include <thread>
 
+#include "common/look_out.h"
 #include "common/worker_pair.h"
 
 namespace brantel {
 
 /// Threads that may share a loop: the caller's and both workers.
 constexpr std::int32_t loopThreads = 3;
-
-/// Processors beside the one the caller runs on; waking more threads than that would only cost time.
-inline std::int32_t spareProcessors() {
-    static const auto count = static_cast<std::int32_t>(std::thread::hardware_concurrency());
-    return count - 1;
-}
 
 /// Calls body(first, last, thread) for disjoint ranges of at most grain that cover [0, count); thread is 0 to
 /// loopThreads - 1 and never used by two threads at once. The ranges run in any order on any thread, so the
@@ -36,8 +30,9 @@ void parallelFor(WorkerPair* workers, std::int64_t count, std::int64_t grain, Bo
     const bool matchHelps = helpers > 0 && workers->match.request(Job::of(match));
     const bool modelHelps = helpers > 1 && workers->model.request(Job::of(model));
     work(0);
-    if (modelHelps) workers->model.wait();
-    if (matchHelps) workers->match.wait();
+    // A worker that has not begun by now would find nothing left.
+    if (modelHelps && !workers->model.withdraw()) workers->model.wait();
+    if (matchHelps && !workers->match.withdraw()) workers->match.wait();
 }
 
 }  // namespace brantel

@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "common/guard.h"
+#include "common/look_out.h"
 #include "platform/platform.h"
 
 namespace brantel {
@@ -43,6 +44,7 @@ bool Worker::start(const char* firstLine) {
     if (shared_ != nullptr) return true;
     shared_ = std::make_unique<Shared>();
     firstLine_ = firstLine;
+    processors_ = {};
     process_ = platform::processId();
     if (pthread_create(&thread_, nullptr, &Worker::threadBody, this) == 0) return true;
     shared_.reset();
@@ -59,9 +61,13 @@ void Worker::loop() {
     if (firstLine_ != nullptr) log_.streamLine(firstLine_);
     std::unique_lock<std::mutex> hold(shared.mutex);
     while (shared.run) {
-        shared.changed.wait(hold, [&] { return shared.requested || !shared.run; });
+        hold.unlock();
+        lookOutFor([&] { return shared.hasNews(); });
+        hold.lock();
+        shared.changed.wait(hold, [&] { return shared.hasNews(); });
         if (!shared.requested) continue;
         const Job job = shared.job;
+        shared.begun = true;
         hold.unlock();
         const bool done = runJob(log_, job);
         hold.lock();
@@ -82,15 +88,25 @@ bool Worker::request(Job job) {
     if (shared_ == nullptr || isInherited()) return false;
     const std::lock_guard<std::mutex> hold(shared_->mutex);
     if (!shared_->takesJobs()) return false;
+    processors_.keepOffMine(thread_);
     shared_->job = job;
-    shared_->failed = false;
+    shared_->begun = shared_->failed = false;
     shared_->requested = true;
     shared_->changed.notify_all();
     return true;
 }
 
+bool Worker::withdraw() {
+    if (shared_ == nullptr || isInherited()) return false;
+    const std::lock_guard<std::mutex> hold(shared_->mutex);
+    if (!shared_->requested || shared_->begun) return false;
+    shared_->requested = false;
+    return true;
+}
+
 bool Worker::wait() {
     if (shared_ == nullptr || isInherited()) return true;
+    lookOutFor([this] { return !shared_->requested; });
     std::unique_lock<std::mutex> hold(shared_->mutex);
     shared_->changed.wait(hold, [this] { return !shared_->requested; });
     return !shared_->failed;
@@ -137,7 +153,7 @@ void WorkerPair::join(const char* modelName, const char* matchName) {
 bool WorkerPair::runBoth(Job modelJob, Job matchJob) {
     if (!match.isRunning() || !model.request(modelJob)) return false;
     const bool matchDone = runJob(log_, matchJob);
-    const bool modelDone = model.wait();
+    const bool modelDone = model.withdraw() ? runJob(log_, modelJob) : model.wait();
     return modelDone && matchDone;
 }
 

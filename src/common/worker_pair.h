@@ -3,6 +3,7 @@
 
 #include <pthread.h>
 
+#include <atomic>
 #include <condition_variable>
 #include <cstdint>
 #include <memory>
@@ -10,6 +11,7 @@
 #include <type_traits>
 
 #include "common/log.h"
+#include "platform/platform.h"
 
 namespace brantel {
 
@@ -34,7 +36,9 @@ struct Job {
     }
 };
 
-/// One thread that sleeps until a job is handed to it. In a forked child, where the thread does not exist, the worker
+/// One thread that sleeps until a job is handed to it. A call hands over many jobs one soon after the other, and waking a
+/// thread takes longer than some of them: whoever waits, the worker for its next job or the host for the result, looks
+/// out for a moment before it sleeps. In a forked child, where the thread does not exist, the worker
 /// counts as one that was never started, and no lock of the parent's is touched.
 class Worker {
   public:
@@ -52,6 +56,8 @@ class Worker {
     bool isRunning();
     /// Hands over a job. False when no thread runs or it has one: nobody may wait for a job that nobody does.
     bool request(Job job);
+    /// Takes back a job that the worker has not begun. False when it has, or has none: it is to be waited for.
+    bool withdraw();
     /// Waits until the job is done. False when it failed or ended in an exception (which has been logged).
     bool wait();
     /// The thread finishes its job, if any, and ends. A job may call it to end its own thread.
@@ -68,11 +74,14 @@ class Worker {
         std::condition_variable changed;
         Job job;
         bool ended = false;  // the thread has left its loop
-        bool run = true;
-        bool requested = false;
+        bool begun = false;  // the job
         bool failed = false;
+        // Written under the lock, looked at without it by who is about to wait.
+        std::atomic<bool> run{true};
+        std::atomic<bool> requested{false};
 
         bool takesJobs() const { return run && !ended && !requested; }
+        bool hasNews() const { return requested || !run; }
     };
 
     static void* threadBody(void* self);
@@ -82,6 +91,7 @@ class Worker {
     const Log& log_;
     std::unique_ptr<Shared> shared_;  // while there is a thread to join
     pthread_t thread_{};
+    platform::OtherProcessors processors_;  // that the thread is woken on
     const char* firstLine_ = nullptr;
     std::int64_t process_ = 0;  // that started the thread
 };
@@ -103,7 +113,7 @@ struct WorkerPair {
     /// True in a forked child of the process that started the threads.
     bool areInherited() const { return model.isInherited() || match.isInherited(); }
 
-    /// Does both jobs at the same time, the model's on its worker. False when one of the threads does not run
+    /// Does both jobs at the same time, the model's on its worker, if that gets to it before the caller does. False when one of the threads does not run
     /// or a job failed (an exception has been logged). What the jobs wrote is visible afterwards.
     bool runBoth(Job modelJob, Job matchJob);
     /// The same with a single job, on the caller's thread: the workers stay at its service.

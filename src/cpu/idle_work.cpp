@@ -1,6 +1,7 @@
 #include "cpu/idle_work.h"
 
 #include "common/guard.h"
+#include "common/look_out.h"
 #include "cpu/state.h"
 #include "platform/platform.h"
 
@@ -32,8 +33,8 @@ void IdleWork::begin() {
     lastExpected_ = engine_.expected;
     const Mosaic& mosaic = engine_.mosaic;
     if (mosaic.templateState != TemplateState::placed) return;
-    hurried_ = ready_ = described_ = false;
-    describing_ = asBefore || !engine_.expected.use;
+    hurried_ = false;
+    description_ = asBefore || !engine_.expected.use ? Description::offered : Description::none;
     shift_ = engine_.expected;
     cv::Point at;
     memory_ = wholeOf(mosaic.canvas, &at);
@@ -42,32 +43,39 @@ void IdleWork::begin() {
                         engine_.frame.rows);
     window_ = next & cv::Rect(cv::Point(), memory_.size());
     working_ = engine_.workers.model.request(Job::of(work_));
-    if (!working_) describing_ = false;
+    if (!working_) description_ = Description::none;
 }
 
 bool IdleWork::describesFor(const ExpectedShift& shift) const {
-    return describing_ && sameShift(shift_, shift);
+    return description_ != Description::none && sameShift(shift_, shift);
 }
 
 bool IdleWork::finish() {
     hurry();
     if (working_) engine_.workers.model.wait();
-    const bool described = describing_ && described_;
-    working_ = describing_ = false;
+    working_ = false;
     memory_.release();
-    return described;
+    return description_.exchange(Description::none) == Description::done;
 }
 
-void IdleWork::describe() {
+void IdleWork::work() {
+    lookOutFor([this] { return hurried_.load(); });
+    Description offered = Description::offered;
+    if (description_.compare_exchange_strong(offered, Description::begun))
+        description_ = describe() ? Description::done : Description::failed;
+    touchPages();
+}
+
+/// False when it failed, or the template has no corners.
+bool IdleWork::describe() {
     SilentSink silence;
     const Log silent(silence);
     CpuSide& side = engine_.previousSide;
-    described_ = succeeds(silent, "", [&] {
+    return succeeds(silent, "", [&] {
         side.features.corners.clear();
         engine_.describeSide(silent, side, engine_.templateGrey.data(), shift_, nullptr);
         return !side.features.corners.empty();
     });
-    ready_ = true;
 }
 
 void IdleWork::touchPages() {

@@ -1,6 +1,9 @@
 // Everything that differs by operating system.
 #pragma once
 
+#include <pthread.h>
+
+#include <array>
 #include <cstddef>
 #include <cstdint>
 
@@ -26,6 +29,22 @@ void restoreCancellation(int state);
 /// Keeps this library in memory when the host unloads it: threads that outlive it still run its code, and
 /// canvases in the host's hands call back into it.
 void keepLibraryLoaded();
+
+/// The processors that a thread may be woken on: all that it may use but the waker's own, as long as another one is left.
+/// Linux likes to put a thread beside the one that wakes it and moves it away milliseconds later only; a call with two
+/// threads is over by then and took as long as with one. Windows looks for an idle processor of itself.
+class OtherProcessors {
+  public:
+    /// To be called by the waker before it wakes the thread. What the system refuses stays as it is.
+    void keepOffMine(pthread_t thread);
+
+  private:
+    static constexpr std::size_t words = 16;  // for 1024 processors, as many as the system's usual set has
+
+    std::array<std::uint64_t, words> usable_{};  // by the thread, as it was started
+    bool isKnown_ = false;
+    int avoided_ = -1;
+};
 
 /// Zero-filled memory straight from the system: pages cost nothing until they are touched. Null when refused.
 void* allocateZeroPages(std::size_t bytes);

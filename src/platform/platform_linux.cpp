@@ -1,5 +1,6 @@
 #include <dlfcn.h>
 #include <pthread.h>
+#include <sched.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
 #include <unistd.h>
@@ -51,6 +52,22 @@ void restoreCancellation(int state) {
 
 void keepLibraryLoaded() {
     // The library is linked with -z nodelete: dlclose never unmaps it.
+}
+
+void OtherProcessors::keepOffMine(pthread_t thread) {
+    static_assert(sizeof usable_ == sizeof(cpu_set_t));
+    const int mine = sched_getcpu();
+    if (mine == avoided_ || mine < 0 || mine >= CPU_SETSIZE) return;
+    avoided_ = mine;
+    cpu_set_t usable;
+    if (!isKnown_) {
+        if (pthread_getaffinity_np(thread, sizeof usable, &usable) != 0) return;
+        std::memcpy(usable_.data(), &usable, sizeof usable);
+        isKnown_ = true;
+    }
+    std::memcpy(&usable, usable_.data(), sizeof usable);
+    CPU_CLR(static_cast<unsigned>(mine), &usable);
+    if (CPU_COUNT(&usable) > 0) pthread_setaffinity_np(thread, sizeof usable, &usable);
 }
 
 void* allocateZeroPages(std::size_t bytes) {

@@ -24,6 +24,8 @@ void keepLibraryLoaded() {
                        reinterpret_cast<LPCSTR>(&keepLibraryLoaded), &self);
 }
 
+void OtherProcessors::keepOffMine(pthread_t /*thread*/) {}
+
 void* allocateZeroPages(std::size_t bytes) {
     return VirtualAlloc(nullptr, bytes, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE);
 }

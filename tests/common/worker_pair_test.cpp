@@ -1,5 +1,9 @@
 // The hand-off between a host and its two workers: nobody waits for what nobody does.
 #include <gtest/gtest.h>
+#include <pthread.h>
+#ifdef __linux__
+#include <sched.h>
+#endif
 
 #include <atomic>
 #include <chrono>
@@ -113,6 +117,87 @@ TEST(Worker, FinishesTheJobInProgressBeforeItEnds) {
     EXPECT_TRUE(finished);
     EXPECT_TRUE(worker.wait());
 }
+
+TEST(Worker, GivesBackAJobThatItHasNotBegun) {
+    class Gate final : public LogSink {
+      public:
+        void debugLine(const char* /*text*/) override {}
+        void write(const char* /*text*/, std::size_t /*length*/) override {
+            while (!open) std::this_thread::yield();
+        }
+        std::atomic<bool> open{false};
+    } gate;
+    const Log log(gate);
+    Worker worker(log);
+    ASSERT_TRUE(worker.start("kept from its jobs by whoever writes this line"));
+    int jobs = 0;
+    auto job = [&] { ++jobs; };
+    ASSERT_TRUE(worker.request(Job::of(job)));
+    EXPECT_TRUE(worker.withdraw());
+    EXPECT_FALSE(worker.withdraw()) << "it has none any more";
+    EXPECT_TRUE(worker.wait()) << "nothing is pending, so nobody waits";
+    gate.open = true;
+    ASSERT_TRUE(worker.request(Job::of(job))) << "and takes the next one";
+    EXPECT_TRUE(worker.wait());
+    EXPECT_EQ(jobs, 1);
+}
+
+TEST(Worker, KeepsAJobThatItHasBegun) {
+    Worker worker(toOutput());
+    ASSERT_TRUE(worker.start(nullptr));
+    std::atomic<bool> entered{false};
+    std::atomic<bool> mayEnd{false};
+    auto job = [&] {
+        entered = true;
+        while (!mayEnd) std::this_thread::yield();
+    };
+    ASSERT_TRUE(worker.request(Job::of(job)));
+    while (!entered) std::this_thread::yield();
+    EXPECT_FALSE(worker.withdraw());
+    mayEnd = true;
+    EXPECT_TRUE(worker.wait());
+}
+
+#ifdef __linux__
+
+TEST(Worker, IsWokenOnAnotherProcessorThanItsCallers) {
+    cpu_set_t usable;
+    ASSERT_EQ(pthread_getaffinity_np(pthread_self(), sizeof usable, &usable), 0);
+    if (CPU_COUNT(&usable) < 2) GTEST_SKIP() << "one processor only";
+    Worker worker(toOutput());
+    ASSERT_TRUE(worker.start(nullptr));
+    for (unsigned mine = 0; mine < CPU_SETSIZE; ++mine) {
+        if (!CPU_ISSET(mine, &usable)) continue;
+        cpu_set_t here;
+        CPU_ZERO(&here);
+        CPU_SET(mine, &here);
+        ASSERT_EQ(pthread_setaffinity_np(pthread_self(), sizeof here, &here), 0);
+        int its = -1;
+        auto job = [&] { its = sched_getcpu(); };
+        ASSERT_TRUE(worker.request(Job::of(job)));
+        EXPECT_TRUE(worker.wait());
+        EXPECT_NE(its, static_cast<int>(mine));
+    }
+    EXPECT_EQ(pthread_setaffinity_np(pthread_self(), sizeof usable, &usable), 0);
+}
+
+TEST(Worker, OfAThreadWithOneProcessorSharesIt) {
+    cpu_set_t usable;
+    ASSERT_EQ(pthread_getaffinity_np(pthread_self(), sizeof usable, &usable), 0);
+    cpu_set_t one;
+    CPU_ZERO(&one);
+    for (unsigned i = 0; i < CPU_SETSIZE && CPU_COUNT(&one) == 0; ++i)
+        if (CPU_ISSET(i, &usable)) CPU_SET(i, &one);
+    ASSERT_EQ(pthread_setaffinity_np(pthread_self(), sizeof one, &one), 0);
+    Worker worker(toOutput());
+    ASSERT_TRUE(worker.start(nullptr));
+    auto job = [] {};
+    EXPECT_TRUE(worker.request(Job::of(job)));
+    EXPECT_TRUE(worker.wait());
+    EXPECT_EQ(pthread_setaffinity_np(pthread_self(), sizeof usable, &usable), 0);
+}
+
+#endif
 
 TEST(Worker, TakesNoJobWithoutAThread) {
     auto job = [] {};

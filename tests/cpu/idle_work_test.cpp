@@ -17,8 +17,12 @@ namespace {
 constexpr std::int32_t rows = 240;
 constexpr std::int32_t cols = 320;
 
+using std::chrono::microseconds;
+
+constexpr microseconds longEnough{25000};  // for all that workers do between two calls
+
 void pause() {
-    std::this_thread::sleep_for(std::chrono::milliseconds(25));
+    std::this_thread::sleep_for(longEnough);
 }
 
 const Picture& picture() {
@@ -30,10 +34,10 @@ Frame frameAt(std::int32_t x, std::int32_t y) {
     return picture().window(x, y, rows, cols);
 }
 
-/// An engine whose host waits between its calls, or does not.
+/// An engine whose host waits so long between its calls.
 class Host {
   public:
-    explicit Host(bool waits) : waits_(waits) {
+    explicit Host(microseconds wait) : wait_(wait) {
         EXPECT_TRUE(engine_.initJoint({rows, cols, 1, 1, 20000, 20000}, {1, 0}));
     }
 
@@ -48,7 +52,7 @@ class Host {
         add(&out.flags, sizeof out.flags);
         add(&out.minCorner, sizeof out.minCorner);
         last_ = out;
-        if (waits_) pause();
+        if (wait_ != microseconds(0)) std::this_thread::sleep_for(wait_);
         return out.result;
     }
 
@@ -69,22 +73,26 @@ class Host {
   private:
     void add(const void* data, std::size_t bytes) { hash_ = hash_ * 31 + hashOf(data, bytes); }
 
-    bool waits_;
+    microseconds wait_;
     RecordingSink sink_;
     CpuEngine engine_{sink_};
     std::uint64_t hash_ = 0;
     StitchOutputs last_;
 };
 
-/// The same calls by a host that waits and by one that does not.
+/// The same calls by a host that never waits, and by hosts that come back before the workers have begun anything, in the
+/// middle of it, and when all is done.
 template <class Calls>
 void expectSameInAnyTime(Calls&& calls) {
-    Host waiting(true);
-    Host hurrying(false);
-    calls(waiting);
+    Host hurrying(microseconds(0));
     calls(hurrying);
-    EXPECT_EQ(waiting.hash(), hurrying.hash());
-    EXPECT_EQ(waiting.lines(), hurrying.lines());
+    const std::uint64_t hash = hurrying.hash();
+    for (const microseconds wait : {microseconds(30), microseconds(130), microseconds(250), longEnough}) {
+        Host waiting(wait);
+        calls(waiting);
+        EXPECT_EQ(waiting.hash(), hash) << wait.count();
+        EXPECT_EQ(waiting.lines(), hurrying.lines()) << wait.count();
+    }
 }
 
 TEST(IdleWork, GivesTheBytesAndLinesOfAHostThatNeverWaits) {
@@ -137,8 +145,8 @@ TEST(IdleWork, MeetsNewMosaicsRefusedFramesAndMissingOnes) {
 }
 
 TEST(IdleWork, KeepsTheLinesOfATemplateWithoutCornersForTheCall) {
-    for (const bool waits : {false, true}) {
-        Host host(waits);
+    for (const microseconds wait : {microseconds(0), longEnough}) {
+        Host host(wait);
         const Frame first = frameAt(0, 0);
         ASSERT_EQ(host.call(&first, frameAt(80, 20)), 0);
         const Frame flat(first.size(), 90);
@@ -155,7 +163,7 @@ TEST(IdleWork, KeepsTheLinesOfATemplateWithoutCornersForTheCall) {
 }
 
 TEST(IdleWork, LeavesTheTemplateDescribedForTheNextCall) {
-    Host host(true);
+    Host host(longEnough);
     const Frame first = frameAt(0, 0);
     ASSERT_EQ(host.call(&first, frameAt(80, 20)), 0);
     EXPECT_TRUE(host.engine().idle.describesFor({}));
@@ -165,7 +173,7 @@ TEST(IdleWork, LeavesTheTemplateDescribedForTheNextCall) {
 }
 
 TEST(IdleWork, WritesNoPixelOfTheCanvasWhileTheHostReadsIt) {
-    Host host(false);
+    Host host(microseconds(0));
     const Frame first = frameAt(0, 0);
     for (std::int32_t i = 1; i <= 8; ++i) {
         ASSERT_EQ(host.call(i == 1 ? &first : nullptr, frameAt(80 * i, 20 * i)), 0);
@@ -177,7 +185,7 @@ TEST(IdleWork, WritesNoPixelOfTheCanvasWhileTheHostReadsIt) {
 
 TEST(IdleWork, EndsBeforeWhateverComesNext) {
     for (std::int32_t round = 0; round < 30; ++round) {
-        Host host(false);
+        Host host(microseconds(0));
         const Frame first = frameAt(0, 0);
         ASSERT_EQ(host.call(&first, frameAt(80, 20)), 0);
         std::this_thread::sleep_for(std::chrono::microseconds(100 * (round % 10)));
