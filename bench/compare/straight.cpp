@@ -1,6 +1,9 @@
 #include "compare/straight.h"
 
+#include <sys/mman.h>
+
 #include <cstring>
+#include <new>
 #include <stdexcept>
 
 #include "compare/library.h"
@@ -78,6 +81,20 @@ Outcome runCourse(const ScanSetup& setup, const std::string& library, const Cour
         if (i > 1) watch.addFrame(outcome);
         if (host.lastResult() < 0) throw std::runtime_error("a frame was not registered");
     }
+    return outcome;
+}
+
+Outcome touchFreshPages(double mebibytes) {
+    constexpr std::size_t page = 4096;
+    const std::size_t bytes = static_cast<std::size_t>(mebibytes) << 20U;
+    void* memory = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (memory == MAP_FAILED) throw std::bad_alloc();
+    madvise(memory, bytes, MADV_NOHUGEPAGE);
+    Outcome outcome;
+    const Stopwatch watch;
+    for (std::size_t at = 0; at < bytes; at += page) static_cast<volatile char*>(memory)[at] = 1;
+    watch.endScan(outcome);
+    munmap(memory, bytes);
     return outcome;
 }
 

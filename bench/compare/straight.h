@@ -19,4 +19,7 @@ std::vector<Course> courses();
 /// So many frames of the size along a course; the outcome has the milliseconds of every merged frame.
 Outcome runCourse(const ScanSetup& setup, const std::string& library, const Course& course, int frames);
 
+/// What the system takes to provide so much memory page by page, on one thread: allMs of the outcome.
+Outcome touchFreshPages(double mebibytes);
+
 }  // namespace brantel::bench

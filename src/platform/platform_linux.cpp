@@ -81,7 +81,7 @@ void* allocateZeroPages(std::size_t bytes) {
 }
 
 std::int64_t largestReservation(std::int64_t soon) {
-    constexpr std::int64_t always = std::int64_t{1} << 38;
+    constexpr std::int64_t always = std::int64_t{1} << 44;
     rlimit addressSpace{};
     if (getrlimit(RLIMIT_AS, &addressSpace) != 0) return soon;
     if (addressSpace.rlim_cur == RLIM_INFINITY) return std::max(always, 4 * soon);
