@@ -6,6 +6,7 @@ foreach(library Brantel BrantelSession)
     ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 endforeach()
 install(DIRECTORY include/brantel DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DATADIR}/brantel)  # with the binding for C#
 
 # find_package(Brantel) gives the targets Brantel::Brantel and Brantel::Session; with the component Session only the
 # latter, which needs no OpenCV to compile against.

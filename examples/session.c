@@ -2,7 +2,6 @@
 #include <brantel/session.h>
 #include <stdio.h>
 #include <stdlib.h>
-#include <string.h>
 
 /* The pixels of a file, to be freed; NULL when it is none of the kind. */
 static unsigned char* load(const char* name, int* columns, int* rows) {
@@ -26,7 +25,7 @@ static int save(const brantel_session* session, int number) {
     int saved = brantel_session_read(session, number, map.x, map.y, map.width, map.height, 1, pixels, 0) == BRANTEL_OK;
     FILE* file = saved ? fopen("map.pgm", "wb") : NULL;
     if (file != NULL) fprintf(file, "P5 %d %d 255\n", map.width, map.height);
-    saved = file != NULL && fwrite(pixels, 1, (size_t)map.width * (size_t)map.height, file) > 0;
+    saved = file != NULL && fwrite(pixels, (size_t)map.width, (size_t)map.height, file) == (size_t)map.height;
     if (file != NULL && fclose(file) != 0) saved = 0;
     free(pixels);
     return saved;
@@ -49,8 +48,8 @@ int main(int count, char** names) {
         const int fits = pixels != NULL && columns == settings.columns && rows == settings.rows;
         if (fits && status == BRANTEL_OK) status = brantel_session_add(session, pixels, NULL, &answer);
         free(pixels);
-        printf("%s: %s in map %d at %d, %d\n", names[i], fits ? brantel_state_text(answer.state) : "not used",
-               answer.map, answer.x, answer.y);
+        if (!fits) printf("%s: not used\n", names[i]);
+        else printf("%s: %s at %d, %d\n", names[i], brantel_state_text(answer.state), answer.x, answer.y);
     }
     if (status != BRANTEL_OK) fprintf(stderr, "%s\n", brantel_status_text(status));
     const int saved = session != NULL && save(session, 1);

@@ -1,58 +1,58 @@
-// A session in C++: a camera wanders over a picture; each frame's place is printed.
+// A session in C++: joins the frames given as PGM files (P5, 8 bits) and writes the picture to map.pgm.
 #include <brantel/session.h>
-
 #include <cstdio>
+#include <fstream>
 #include <memory>
-#include <random>
 #include <stdexcept>
+#include <string>
 #include <vector>
 
-namespace {
-constexpr int columns = 240, rows = 180, width = 700, height = 400;
+// The pixels of a file; none when it is none of the kind.
+static std::vector<char> load(const char* name, int& columns, int& rows) {
+    std::ifstream file(name, std::ios::binary);
+    std::string kind, depth;
+    file >> kind >> columns >> rows >> depth;
+    if (!file || kind != "P5" || depth != "255" || columns < 1 || rows < 1) return {};
+    std::vector<char> pixels(std::size_t(columns) * rows);
+    file.get();  // the white space after the depth
+    return file.read(pixels.data(), pixels.size()) ? pixels : std::vector<char>();
+}
 
-void require(brantel_status status) {
+static void require(brantel_status status) {
     if (status != BRANTEL_OK) throw std::runtime_error(brantel_status_text(status));
 }
 
-struct Close {
-    void operator()(brantel_session* session) const { brantel_session_close(session); }
-};
-
-std::unique_ptr<brantel_session, Close> open() {
-    brantel_settings settings{};
-    settings.size = sizeof settings;
-    require(brantel_default_settings(&settings));
-    settings.columns = columns;
-    settings.rows = rows;
-    settings.channels = 1;
-    settings.stride = width;  // frames are windows of the picture
-    brantel_session* session = nullptr;
-    require(brantel_session_open(&settings, &session));
-    return std::unique_ptr<brantel_session, Close>(session);
+static void save(const brantel_session* session) {
+    brantel_map map{sizeof map};
+    require(brantel_session_map(session, 1, &map));
+    std::vector<char> pixels(std::size_t(map.width) * map.height);
+    require(brantel_session_read(session, 1, map.x, map.y, map.width, map.height, 1, pixels.data(), 0));
+    std::ofstream file("map.pgm", std::ios::binary);
+    file << "P5 " << map.width << ' ' << map.height << " 255\n";
+    if (!file.write(pixels.data(), pixels.size()).flush()) throw std::runtime_error("cannot write map.pgm");
 }
 
-}  // namespace
-
-int main() try {
-    std::vector<unsigned char> picture(width * height);
-    std::mt19937 random(7);
-    for (int y = 0; y < height; ++y)
-        for (int x = 0; x < width; ++x)  // squares of 4 x 4 pixels
-            picture[y * width + x] =
-                x % 4 || y % 4 ? picture[(y - y % 4) * width + x - x % 4] : 20 + random() % 220;
-    const auto session = open();
-    for (int i = 0; i < 8; ++i) {
-        const int x = i < 4 ? 110 * i : 110 * (7 - i), y = i < 4 ? 0 : 100;
-        brantel_answer answer{};
-        answer.size = sizeof answer;
-        require(brantel_session_add(session.get(), &picture[y * width + x], nullptr, &answer));
-        std::printf("frame %d: %s at %d, %d\n", i, brantel_state_text(answer.state), answer.x, answer.y);
+int main(int count, char** names) try {
+    brantel_settings settings{sizeof settings};
+    require(brantel_default_settings(&settings));
+    settings.channels = 1;
+    if (count > 1) load(names[1], settings.columns, settings.rows);  // all frames are to have this size
+    brantel_session* opened = nullptr;
+    require(brantel_session_open(&settings, &opened));
+    const std::unique_ptr<brantel_session, void (*)(brantel_session*)> session(opened, brantel_session_close);
+    for (int i = 1; i < count; ++i) {
+        int columns = 0, rows = 0;
+        const std::vector<char> pixels = load(names[i], columns, rows);
+        if (pixels.empty() || columns != settings.columns || rows != settings.rows) {
+            std::printf("%s: not used\n", names[i]);
+            continue;
+        }
+        brantel_answer answer{sizeof answer};
+        require(brantel_session_add(session.get(), pixels.data(), nullptr, &answer));
+        std::printf("%s: %s at %d, %d\n", names[i], brantel_state_text(answer.state), answer.x, answer.y);
     }
-    brantel_map map{};
-    map.size = sizeof map;
-    require(brantel_session_map(session.get(), 1, &map));
-    std::printf("map 1: %d x %d pixels\n", map.width, map.height);
-    return map.frames == 8 ? 0 : 1;
+    save(session.get());
+    return 0;
 } catch (const std::exception& error) {
     std::fprintf(stderr, "%s\n", error.what());
     return 1;

@@ -78,31 +78,12 @@ static int check(brantel_session* session) {
     return status == BRANTEL_OK && small[10][10] != 0 ? 0 : fail("reduction", session, status);
 }
 
-/* The scan's frames as PGM files, for hosts that read such. */
-static int write_frames(const char* folder) {
-    for (int i = 0; i < ACROSS * DOWN; ++i) {
-        const int row = i / ACROSS;
-        const int column = row % 2 == 0 ? i % ACROSS : ACROSS - 1 - i % ACROSS;
-        char name[1000];
-        FILE* file;
-        snprintf(name, sizeof name, "%s/frame_%02d.pgm", folder, i);
-        file = fopen(name, "wb");
-        if (file == NULL) return 1;
-        fprintf(file, "P5 %d %d 255\n", COLUMNS, ROWS);
-        for (int y = 0; y < ROWS; ++y) fwrite(&picture[row * STEP_Y + y][column * STEP_X], 1, COLUMNS, file);
-        if (fclose(file) != 0) return 1;
-    }
-    return 0;
-}
-
-/* With a folder as its argument it writes the frames instead. */
-int main(int count, char** arguments) {
+int main(void) {
     brantel_settings settings;
     brantel_session* session = NULL;
     brantel_status status;
     int failed;
     paint();
-    if (count > 1) return write_frames(arguments[1]);
     memset(&settings, 0, sizeof settings);
     settings.size = sizeof settings;
     status = brantel_default_settings(&settings);

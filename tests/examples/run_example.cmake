@@ -1,0 +1,37 @@
+# Runs an example on the frames of a scan and compares what it prints and the picture that it writes with the truth.
+# cmake "-DRUN=PROGRAM;ARGUMENT..." -DSCAN=FOLDER -DWORK=FOLDER -DEXPECTED=LINES [-DPICTURE=NAME] [-DINPUT=NAME]
+#       [-DON_STDERR=ON] "-DCOMPARE=PROGRAM;ARGUMENT..." -P run_example.cmake
+# EXPECTED are lines of which one like @places.txt stands for that file of the scan; PICTURE is what the example writes, INPUT
+# its standard input. ON_STDERR: the lines are expected on standard error.
+file(REMOVE_RECURSE ${WORK})
+file(COPY ${SCAN}/ DESTINATION ${WORK})
+file(WRITE ${WORK}/stitch.txt "1")
+set(input "")
+if(INPUT)
+  set(input INPUT_FILE ${WORK}/${INPUT})
+endif()
+execute_process(COMMAND ${RUN} WORKING_DIRECTORY ${WORK} ${input} RESULT_VARIABLE status
+  OUTPUT_VARIABLE printed ERROR_VARIABLE complaints)
+if(ON_STDERR)
+  set(printed "${complaints}")
+  set(complaints "")
+endif()
+if(printed MATCHES "^skipped: no ")
+  message("${printed}")
+  return()
+endif()
+string(REPLACE "\r" "" printed "${printed}")
+set(expected "${EXPECTED}")
+foreach(name places.txt readme.txt shifts.txt)
+  file(READ ${WORK}/${name} lines)
+  string(REPLACE "@${name}\n" "${lines}" expected "${expected}")
+endforeach()
+if(NOT status EQUAL 0 OR NOT printed STREQUAL expected)
+  message(FATAL_ERROR "ended with ${status} and printed\n${printed}instead of\n${expected}${complaints}")
+endif()
+if(PICTURE)
+  execute_process(COMMAND ${COMPARE} ${PICTURE} mosaic.pgm WORKING_DIRECTORY ${WORK} RESULT_VARIABLE status)
+  if(NOT status EQUAL 0)
+    message(FATAL_ERROR "${PICTURE} is not the picture that the frames were taken of")
+  endif()
+endif()
