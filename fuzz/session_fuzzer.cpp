@@ -8,9 +8,11 @@
 #include <cstdlib>
 #include <vector>
 
+#include "texture.h"
+
 namespace {
 
-constexpr std::int32_t longestSide = 160;
+constexpr std::int32_t longestSide = 128;
 
 void require(bool holds, const char* what) {
     if (holds) return;
@@ -26,14 +28,6 @@ std::int32_t anyNumber(FuzzedDataProvider& data, std::int32_t low, std::int32_t 
 double anyPosition(FuzzedDataProvider& data) {
     return data.ConsumeIntegralInRange<int>(0, 11) == 0 ? data.ConsumeFloatingPoint<double>()
                                                         : data.ConsumeIntegralInRange(-400, 400) / 4.0;
-}
-
-/// A texture without end whose windows join each other: cells of 6 x 6 pixels.
-std::uint8_t texel(std::int64_t x, std::int64_t y) {
-    std::uint64_t h = static_cast<std::uint64_t>(x / 6) * 0x9E3779B97F4A7C15U +
-                      static_cast<std::uint64_t>(y / 6) * 0xC2B2AE3D27D4EB4FU;
-    h = (h ^ (h >> 29U)) * 0xBF58476D1CE4E5B9U;
-    return static_cast<std::uint8_t>(h >> 56U);
 }
 
 brantel_settings anySettings(FuzzedDataProvider& data) {
@@ -94,8 +88,8 @@ class Life {
         std::vector<std::uint8_t> pixels(static_cast<std::size_t>(stride * settings_.rows));
         const bool blank = data_.ConsumeIntegralInRange(0, 7) == 0;
         for (std::int64_t r = 0; r < settings_.rows && !blank; ++r)
-            for (std::int64_t c = 0; c < stride; ++c)
-                pixels[static_cast<std::size_t>(r * stride + c)] = texel(x_ + c / settings_.channels, y_ + r);
+            brantel::fuzz::textureRow(x_, y_ + r, settings_.columns, settings_.channels,
+                                      pixels.data() + r * stride);
         const std::vector<std::uint8_t> before = pixels;
         const bool bottomUp = data_.ConsumeBool();
         brantel_input input{sizeof input,       data_.ConsumeBool(), bottomUp ? -stride : stride, calls_,
