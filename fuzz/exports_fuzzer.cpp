@@ -106,11 +106,14 @@ class Host {
             wanted.cols = data.ConsumeIntegralInRange(1500, 2200);
         }
         keepAffordable(wanted);
-        ready_ = initJoint(wanted.rows, wanted.cols, wanted.channels, anyNumber(data, -10, 40),
-                           anyNumber(data, 0, 20000), anyNumber(data, 0, 20000), anyNumber(data, 0, 1),
-                           anyNumber(data, 0, 1));
-        shape_ = ready_ ? wanted : Shape{};
-        if (ready_) require(wanted.channels == 1 || wanted.channels == 3, "channels that init accepts");
+        // Refused frames change nothing: a mosaic that runs goes on.
+        if (!initJoint(wanted.rows, wanted.cols, wanted.channels, anyNumber(data, -10, 40),
+                       anyNumber(data, 0, 20000), anyNumber(data, 0, 20000), anyNumber(data, 0, 1),
+                       anyNumber(data, 0, 1)))
+            return;
+        ready_ = true;
+        shape_ = wanted;
+        require(wanted.channels == 1 || wanted.channels == 3, "channels that init accepts");
     }
 
     void stitch(FuzzedDataProvider& data) {
