@@ -8,6 +8,8 @@ namespace brantel::bench {
 /// The library through its exports, on the CPU.
 Outcome runLibrary(const Scan& scan, const std::string& file, std::int32_t mainMode);
 /// The reference's steps in sequence on one thread, with the time of each.
+/// A session, which keeps the track; its first frame begins the map and is not timed.
+Outcome runSession(const Scan& scan);
 Outcome runReference(const Scan& scan, std::int32_t mainMode);
 /// A copy of the frame, and of as many bytes of a canvas as well.
 Outcome runCopy(const Scan& scan, bool withCanvasWindow);

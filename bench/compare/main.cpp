@@ -34,6 +34,7 @@ std::vector<Contender> contendersOf(const Options& options) {
     return {
         {"brantel", [file](const Scan& scan) { return runLibrary(scan, file, 0); }},
         {"brantel-motion", [file](const Scan& scan) { return runLibrary(scan, file, 1); }},
+        {"brantel-session", [](const Scan& scan) { return runSession(scan); }},
         {"reference", [](const Scan& scan) { return runReference(scan, 0); }},
         {"reference-motion", [](const Scan& scan) { return runReference(scan, 1); }},
         {"copy-frame", [](const Scan& scan) { return runCopy(scan, false); }},

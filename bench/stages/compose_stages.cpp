@@ -88,8 +88,8 @@ Versions chamfer(const Material& m) {
                 reference::chamferDistance(maskB->data(), s.rows, s.cols);
             },
             [=, &s] {
-                map->transform(maskA->data(), s.rows, s.cols);
-                map->transform(maskB->data(), s.rows, s.cols);
+                map->transform(maskA->data(), s.rows, s.cols, nullptr);
+                map->transform(maskB->data(), s.rows, s.cols, nullptr);
             },
             [=, &m, &s] {
                 reference::occupancyMask(silent(), m.cut.data(), s.rows, s.cols, s.channels, maskA->data());
