@@ -281,5 +281,28 @@ TEST(GrowCanvas, HeadersOfSmallerCanvasesKeepTheirPixels) {
     }
 }
 
+#ifdef __linux__  // Windows counts all of it against its commit limit
+
+TEST(GrowCanvas, StaysInPlaceBeyondTwoToThe31PixelsAndBytes) {
+    constexpr std::int32_t side = 6000;
+    constexpr std::int32_t wide = 400000;
+    PaintedRows painted(side);
+    cv::Mat canvas = blackCanvas(side, side, CV_8UC3);
+    canvas.at<cv::Vec3b>(side - 1, side - 1) = {1, 2, 3};
+    painted.add({side - 1, side, side - 1, side});
+    canvas = growCanvas(canvas, {0, 0, 0, wide}, &painted, nullptr);
+    ASSERT_EQ(canvas.size(), cv::Size(side + wide, side));
+    canvas.at<cv::Vec3b>(side - 1, side + wide - 1) = {4, 5, 6};
+    painted.add({side - 1, side, side + wide - 1, side + wide});
+    canvas = growCanvas(canvas, {0, 0, wide, 0}, &painted, nullptr);
+    ASSERT_EQ(canvas.size(), cv::Size(side + 2 * wide, side));
+    EXPECT_EQ(canvas.at<cv::Vec3b>(side - 1, wide + side - 1), cv::Vec3b(1, 2, 3));
+    EXPECT_EQ(canvas.at<cv::Vec3b>(side - 1, side + 2 * wide - 1), cv::Vec3b(4, 5, 6));
+    EXPECT_EQ(canvas.at<cv::Vec3b>(0, 0), cv::Vec3b(0, 0, 0));
+    EXPECT_EQ(canvas.at<cv::Vec3b>(side - 1, wide + side), cv::Vec3b(0, 0, 0));
+}
+
+#endif
+
 }  // namespace
 }  // namespace brantel::test

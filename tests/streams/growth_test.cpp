@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <opencv2/core.hpp>
 
+#include "streams/straight_camera.h"
 #include "support/camera_path.h"
 
 namespace brantel::test {
@@ -72,55 +73,7 @@ TEST_P(GrowingCanvas, KeepsEveryFrameInPlaceAndGrowsByOneFrame) {
     EXPECT_NEAR(sample, picture.pixels[std::size_t(py) * picture.cols + px], 3);
 }
 
-/// A session over a picture that is wide and high enough to leave the canvas on every side, led in straight lines.
-class StraightScan : public testing::Test {
-  protected:
-    static constexpr std::int32_t frameSide = 400;
-    static constexpr std::int32_t step = 300;
-
-    /// Frames at (x, y), (x, y) + (dx, dy), ...; returns the last call's outputs.
-    StitchOutputs scan(std::int32_t dx, std::int32_t dy, std::int32_t frames) {
-        x_ = y_ = 0;
-        Frame first = frameThere();
-        for (std::int32_t i = 1; i < frames; ++i) {
-            move(dx, dy);
-            out_ = i == 1 ? session_.start(first, frameThere()) : session_.next(frameThere());
-            EXPECT_EQ(out_.result, 0) << "frame " << i;
-        }
-        return out_;
-    }
-    StitchOutputs goOn(std::int32_t dx, std::int32_t dy, std::int32_t frames) {
-        for (std::int32_t i = 0; i < frames; ++i) {
-            move(dx, dy);
-            out_ = session_.next(frameThere());
-            EXPECT_EQ(out_.result, 0);
-        }
-        return out_;
-    }
-
-  private:
-    void move(std::int32_t dx, std::int32_t dy) {
-        x_ += dx;
-        y_ += dy;
-    }
-    /// The picture repeats itself in both directions, much later than a frame overlaps the next one.
-    Frame frameThere() const {
-        Frame frame;
-        for (std::int32_t r = 0; r < frameSide; ++r)
-            for (std::int32_t c = 0; c < frameSide; ++c) {
-                const std::int32_t px = ((x_ + c) % picture_.cols + picture_.cols) % picture_.cols;
-                const std::int32_t py = ((y_ + r) % picture_.rows + picture_.rows) % picture_.rows;
-                frame.push_back(picture_.pixels[static_cast<std::size_t>(py) * picture_.cols + px]);
-            }
-        return frame;
-    }
-
-    const Picture picture_ = makePicture(Texture::fine, 2100, 2100, 1, 31);
-    Session session_{{frameSide, frameSide, 1, 1, 0, 8}};
-    StitchOutputs out_;
-    std::int32_t x_ = 0;
-    std::int32_t y_ = 0;
-};
+class StraightScan : public testing::Test, protected StraightCamera {};
 
 TEST_F(StraightScan, HeadersThatAHostKeepsKeepSizeAndPlaceAndStayReadable) {
     for (const auto& [dx, dy] : {std::pair{step, 0}, {-step, 0}, {0, step}, {0, -step}}) {
