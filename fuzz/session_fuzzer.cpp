@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr std::int32_t longestSide = 128;
+constexpr std::int32_t longestSide = 100;
 
 void require(bool holds, const char* what) {
     if (holds) return;
@@ -37,7 +37,7 @@ brantel_settings anySettings(FuzzedDataProvider& data) {
     settings.columns = data.ConsumeIntegralInRange(-1, longestSide);
     settings.rows = data.ConsumeIntegralInRange(-1, longestSide);
     settings.channels = data.PickValueInArray({1, 3, 1, 3, 2});
-    settings.density_level = data.ConsumeIntegralInRange(-10, 12);
+    settings.density_level = data.ConsumeIntegralInRange(-10, 6);
     settings.acceptance = data.ConsumeIntegralInRange(0, 2);
     settings.strict = data.ConsumeIntegralInRange(0, 1);
     settings.correlation = data.ConsumeIntegralInRange(0, 3);
@@ -62,7 +62,7 @@ class Life {
     ~Life() { brantel_session_close(session_); }
 
     void run() {
-        for (int calls = 0; session_ != nullptr && calls < 24 && data_.remaining_bytes() > 0; ++calls) {
+        for (int calls = 0; session_ != nullptr && calls < 12 && data_.remaining_bytes() > 0; ++calls) {
             switch (data_.ConsumeIntegralInRange<int>(0, 9)) {
                 case 0:
                     brantel_session_begin_map(session_);
