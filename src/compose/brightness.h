@@ -24,10 +24,9 @@ struct OverlapParts {
     ImageDesc frame{};
 };
 
-/// Cuts the parts of canvas and current frame that overlap at the record's offset.
+/// Cuts the parts of canvas and current frame that overlap at the record's offset. There is room for a frame in either cut.
 OverlapParts cutOverlap(const Log& log, const Mosaic& mosaic, const std::uint8_t* current,
-                        const ImageDesc& frame, Buffer<std::uint8_t>& canvasCut,
-                        Buffer<std::uint8_t>& frameCut);
+                        const ImageDesc& frame, std::uint8_t* canvasCut, std::uint8_t* frameCut);
 
 /// Fills the record's four brightness measures from those parts. Idle workers help; may be null.
 void measureBrightness(const Log& log, Mosaic& mosaic, const std::uint8_t* current, const ImageDesc& frame,

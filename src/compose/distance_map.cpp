@@ -1,11 +1,13 @@
 #include "compose/distance_map.h"
 
+#include "common/parallel_for.h"
+
 namespace brantel {
 
 using simd::seamLanes;
 
-void DistanceMap::findEmpty(const float* mask, std::int32_t rows, std::int32_t cols) {
-    for (std::int64_t r = 0; r < rows; ++r) {
+void DistanceMap::findEmpty(const float* mask, std::int64_t first, std::int64_t last, std::int32_t cols) {
+    for (std::int64_t r = first; r < last; ++r) {
         const float* from = mask + r * cols;
         std::uint8_t* to = occupied_.row(r);
         std::uint8_t all = 255;
@@ -23,22 +25,29 @@ void DistanceMap::writeBlock(std::int64_t block, float* mask, std::int32_t rows,
     const std::int64_t first = 1 + block * seamLanes;
     const std::int64_t lanes = std::min(seamLanes, rows - 1 - first);
     const float* skewed = distances_.block(block);
-    for (std::int64_t i = 0; i < lanes; ++i) {
-        float* row = mask + (first + i) * cols + columns.first;
-        const float* lane = skewed + i * seamLanes + i;  // row i, column 0
-        for (std::int64_t x = 0; x < columns.length(); ++x) row[x] = lane[x * seamLanes];
+    // Some columns of all rows at a time: what is read for one row is at hand for the next.
+    for (std::int64_t x = 0; x < columns.length(); x += seamLanes) {
+        const std::int64_t count = std::min(seamLanes, columns.length() - x);
+        for (std::int64_t i = 0; i < lanes; ++i) {
+            float* row = mask + (first + i) * cols + columns.first + x;
+            const float* lane = skewed + (x + i) * seamLanes + i;  // row i, column x
+            for (std::int64_t k = 0; k < count; ++k) row[k] = lane[k * seamLanes];
+        }
     }
 }
 
-void DistanceMap::transform(float* mask, std::int32_t rows, std::int32_t cols) {
+void DistanceMap::transform(float* mask, std::int32_t rows, std::int32_t cols, WorkerPair* workers) {
     if (rows < 3 || cols < 3) return;  // nothing but edges, which are not visited
     occupied_.ensure(rows, cols);
     memory_.ensure(SeamDistances::memoryFor(rows, cols));
     distances_.ensure(rows, cols, memory_.data());
-    findEmpty(mask, rows, cols);
+    parallelFor(workers, rows, seamLanes, [&](std::int64_t first, std::int64_t last, std::int32_t) {
+        findEmpty(mask, first, last, cols);
+    });
     distances_.compute(occupied_, false);
-    for (std::int64_t block = 0; block < blockCount(rows); ++block)
+    parallelFor(workers, blockCount(rows), 1, [&](std::int64_t block, std::int64_t, std::int32_t) {
         if (!distances_.isEmpty(block)) writeBlock(block, mask, rows, cols);
+    });
 }
 
 }  // namespace brantel

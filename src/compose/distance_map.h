@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "common/worker_pair.h"
 #include "compose/seam_distances.h"
 
 namespace brantel {
@@ -13,11 +14,12 @@ namespace brantel {
 /// frame.
 class DistanceMap {
   public:
-    /// @param mask  rows x cols values, each 0 or 255, becomes the distances
-    void transform(float* mask, std::int32_t rows, std::int32_t cols);
+    /// @param mask     rows x cols values, each 0 or 255, becomes the distances
+    /// @param workers  idle workers that help; may be null
+    void transform(float* mask, std::int32_t rows, std::int32_t cols, WorkerPair* workers);
 
   private:
-    void findEmpty(const float* mask, std::int32_t rows, std::int32_t cols);
+    void findEmpty(const float* mask, std::int64_t first, std::int64_t last, std::int32_t cols);
     void writeBlock(std::int64_t block, float* mask, std::int32_t rows, std::int32_t cols) const;
 
     OccupancyImage occupied_;

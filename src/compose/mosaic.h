@@ -3,6 +3,8 @@
 
 #include <brantel/brantel.h>
 
+#include <algorithm>
+
 #include "common/log.h"
 #include "common/types.h"
 #include "compose/canvas.h"
@@ -46,6 +48,14 @@ struct CanvasWindow {
     std::int64_t stride;        // bytes from row to row
     const ColumnSpan* painted;  // for each row: columns in which the canvas may hold anything
     std::int32_t firstColumn;   // of the window, counted as those are
+
+    /// Those columns of a row, counted from the window's first one of so many.
+    ColumnSpan paintedIn(std::int64_t row, std::int32_t cols) const {
+        const ColumnSpan onCanvas = painted[row];
+        if (onCanvas.isEmpty()) return {0, 0};
+        return {std::clamp(onCanvas.first - firstColumn, 0, cols),
+                std::clamp(onCanvas.last - firstColumn, 0, cols)};
+    }
 };
 
 /// Merges a frame at the previous position + offset: grows the canvas, lets blend(window) write the blended

@@ -57,14 +57,7 @@ class SeamBlend {
     }
 
     /// The columns of a row in which the canvas may hold anything.
-    ColumnSpan paintedIn(std::int64_t row) const {
-        const ColumnSpan onCanvas = window_.painted[row];
-        const auto inWindow = [this](std::int32_t column) {
-            return std::clamp(column - window_.firstColumn, 0, size_.cols);
-        };
-        if (onCanvas.isEmpty()) return {0, 0};
-        return {inWindow(onCanvas.first), inWindow(onCanvas.last)};
-    }
+    ColumnSpan paintedIn(std::int64_t row) const { return window_.paintedIn(row, size_.cols); }
 
     bool allPainted() const {
         for (std::int64_t r = 0; r < size_.rows; ++r)

@@ -1,4 +1,6 @@
 // The table of the device's buffers and of the host's page-locked ones.
+#include <algorithm>
+
 #include "cuda/current_device.h"
 #include "cuda/state.h"
 
@@ -46,12 +48,18 @@ void eachBuffer(CudaEngine& cuda, Visit&& visit) {
     for (auto* side : sides)
         for (auto* buffer : {&side->paddedA, &side->paddedB}) visit(*buffer, padded(2));
     for (auto* side : sides) visit(side->packed, std::int64_t{cuda.frame.rows} * packedColumns(cuda.frame));
+    visit(cuda.edgeDistances, pixels);
 }
 
 template <class Visit>
 void eachPageLockedMap(CudaEngine& cuda, Visit&& visit) {
+    const std::int64_t images = HostImages::sizeFor(cuda.frame, cuda.tuning.workingScale);
     for (CudaSide* side : {&cuda.previousSide, &cuda.currentSide})
-        visit(side->arena.block, cuda.frame.pixels());
+        visit(side->arena.block, std::max(images, cuda.frame.pixels()));
+}
+
+std::int64_t productPixels(const ImageDesc& frame, std::int32_t workingScale) {
+    return std::int64_t{frame.rows / workingScale} * (frame.cols / workingScale);
 }
 
 /// The gradient kernel leaves the outermost rows and columns alone and the row-range kernel most of its
@@ -64,9 +72,20 @@ void clearPartlyWritten(CudaSide& side) {
 
 }  // namespace
 
+HostImages::HostImages(float* memory, const ImageDesc& frame, std::int32_t workingScale)
+    : xx(memory),
+      yy(xx + productPixels(frame, workingScale)),
+      xy(yy + productPixels(frame, workingScale)),
+      grey(reinterpret_cast<std::uint8_t*>(xy + productPixels(frame, workingScale))) {}
+
+std::int64_t HostImages::sizeFor(const ImageDesc& frame, std::int32_t workingScale) {
+    constexpr auto perFloat = static_cast<std::int64_t>(sizeof(float));
+    return 3 * productPixels(frame, workingScale) + (frame.pixels() + frame.cols + perFloat - 1) / perFloat;
+}
+
 void CudaSide::freeHostArrays() {
-    for (Buffer<float>* map : {&hostYy, &hostXy, &response}) map->reset();
-    for (Buffer<std::uint8_t>* image : {&hostGrey, &reduced}) image->reset();
+    reduced.reset();
+    selection = {};
     std::vector<std::uint16_t>().swap(scratch);  // "= {}" would keep the memory
     features = {};
 }
@@ -107,13 +126,10 @@ void CudaEngine::freeBuffers() {
     previousSide.freeHostArrays();
     currentSide.freeHostArrays();
     templateFrame.reset();
-    distancesA = DistanceMap{};
-    distancesB = DistanceMap{};
+    distances = DistanceMap{};
+    edgeRows = edgeCols = 0;
     estimation = EstimationScratch{};
-    for (OverlapSide* side : {&overlapPrevious, &overlapCurrent}) {
-        side->cut.reset();
-        side->zeroSum.reset();
-    }
+    for (OverlapSide* side : {&overlapPrevious, &overlapCurrent}) side->zeroSum.reset();
 }
 
 }  // namespace brantel

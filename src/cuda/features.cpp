@@ -16,10 +16,9 @@ namespace {
 
 constexpr std::int32_t filterBorder = 2;
 
-void fetchGrey(CudaSide& side, const std::uint8_t* from, const ImageDesc& frame) {
-    side.hostGrey.ensure(frame.pixels() + frame.cols);
-    toHost(side.hostGrey.data(), from, frame.pixels());
-    std::memset(side.hostGrey.data() + frame.pixels(), 0, static_cast<std::size_t>(frame.cols));
+void fetchGrey(const HostImages& host, const std::uint8_t* from, const ImageDesc& frame) {
+    toHost(host.grey, from, frame.pixels());
+    std::memset(host.grey + frame.pixels(), 0, static_cast<std::size_t>(frame.cols));
 }
 
 /// Smooths a gradient product in place. The padding writes both buffers, so that B already holds the mirrored
@@ -70,13 +69,12 @@ void findCorners(const Log& log, CudaSide& side, std::uint8_t* image, const Imag
     if (rows <= 2 * harrisBorder || cols <= 2 * harrisBorder) return;
     makeProducts(side, image, rows, cols, tuning.workingScale);
     const std::int64_t pixels = std::int64_t{rows} * cols;
-    for (Buffer<float>* map : {&side.hostYy, &side.hostXy, &side.response}) map->ensure(pixels);
-    float* hostXx = side.arena.begin(Phase::registration);
-    toHost(hostXx, side.xx, pixels);
-    toHost(side.hostYy.data(), side.yy, pixels);
-    toHost(side.hostXy.data(), side.xy, pixels);
-    selectCorners(log, hostXx, side.hostYy.data(), side.hostXy.data(), rows, cols, tuning,
-                  side.response.data(), side.features.corners);
+    const HostImages host(side.arena.within(Phase::registration), frame, tuning.workingScale);
+    toHost(host.xx, side.xx, pixels);
+    toHost(host.yy, side.yy, pixels);
+    toHost(host.xy, side.xy, pixels);
+    selectCorners(log, {host.xx, host.yy, host.xy, rows, cols}, tuning, side.selection,
+                  side.features.corners);
 }
 
 }  // namespace
@@ -109,31 +107,49 @@ bool CudaEngine::detectCornersInRowRange(CudaSide& side, std::uint8_t* grey) con
 }
 
 void CudaEngine::describeSide(CudaSide& side) const {
+    const HostImages host(side.arena.begin(Phase::registration), frame, tuning.workingScale);
     std::uint8_t* grey = side.frame.data();
     if (frame.channels == 3) {
         grey = side.grey.data();
         launchOver(frame.rows, frame.cols, side.greyKernel, side.frame.data(), frame.rows, frame.cols, grey);
     } else {
-        fetchGrey(side, grey, frame);
+        fetchGrey(host, grey, frame);
     }
     if (expected.use) {
         detectCornersInRowRange(side, grey);
     } else {
         detectCorners(side, packedEven(side, grey, frame));
     }
-    if (frame.channels == 3) fetchGrey(side, grey, frame);
-    describeCorners(log, side.features, side.hostGrey.data(), frame.rows, frame.cols, side.scratch, nullptr);
+    if (frame.channels == 3) fetchGrey(host, grey, frame);
+    describeCorners(log, side.features, host.grey, frame.rows, frame.cols, side.scratch, nullptr);
+}
+
+/// True when the template's features are at hand for the shift that this call expects.
+bool CudaEngine::templateServes() const {
+    return mosaic.templateState == TemplateState::described && sameShift(describedFor, expected);
+}
+
+/// On a worker. The features of a template are kept until it changes, unless it has none: then every call says so.
+void CudaEngine::describePrevious() {
+    const OnMosaicDevice device;
+    device.require();
+    TemplateState& state = mosaic.templateState;
+    if (state == TemplateState::described) state = TemplateState::placed;
+    describeSide(previousSide);
+    if (state != TemplateState::placed || previousSide.features.corners.empty()) return;
+    state = TemplateState::described;
+    describedFor = expected;
 }
 
 bool CudaEngine::imageMosaicFun() {
-    auto model = [this] {
-        const OnMosaicDevice device;
-        device.require();
-        describeSide(previousSide);
-    };
+    auto model = [this] { describePrevious(); };
     auto match = [this] { describeSide(currentSide); };
-    if (!registerFrames(Job::of(model), Job::of(match), previousSide.features, currentSide.features,
-                        mosaic.record)) {
+    FrameFeatures& previous = previousSide.features;
+    FrameFeatures& current = currentSide.features;
+    const bool found = templateServes()
+                           ? registerFrame(Job::of(match), previous, current, mosaic.record)
+                           : registerFrames(Job::of(model), Job::of(match), previous, current, mosaic.record);
+    if (!found) {
         log.streamLine("imageMosaicFunCuda failed");
         return false;
     }

@@ -50,7 +50,7 @@ bool CudaEngine::allocateReduced(CudaSide& side, const char* failLine) const {
     }
 }
 
-/// Brings a host's frame onto the device, ready to be placed, and back into staged.
+/// Brings a host's frame onto the device, ready to be placed, and back into staged, which may be null.
 void CudaEngine::stageFrame(const std::uint8_t* from, std::int32_t scale, CudaSide& side,
                             std::uint8_t* staged) const {
     if (scale != 1) {
@@ -59,7 +59,7 @@ void CudaEngine::stageFrame(const std::uint8_t* from, std::int32_t scale, CudaSi
     }
     toDevice(side.frame, from, frame.bytes());
     fillZeroSamples(side.frame, frame);
-    toHost(staged, side.frame, frame.bytes());
+    if (staged != nullptr) toHost(staged, side.frame, frame.bytes());
 }
 
 bool CudaEngine::beginMosaic(const StitchCall& call) {
@@ -92,21 +92,19 @@ bool CudaEngine::takeFrames(const StitchCall& call) {
     } else if (!beginMosaic(call)) {
         return false;
     }
-    stageFrame(call.currentFrame, call.scale, currentSide, stagedCurrent.data());
+    stageFrame(call.currentFrame, call.scale, currentSide, modes.byMotion() ? nullptr : stagedCurrent.data());
     return true;
 }
 
-/// An accepted frame, which previousSide.frame holds, becomes the template of the next call.
-void CudaEngine::keepAsTemplate(const std::uint8_t* accepted) {
-    std::memcpy(templateFrame.data(), accepted, static_cast<std::size_t>(frame.bytes()));
-    templateOnDevice = true;
-    mosaic.templateState = TemplateState::placed;
-}
-
 /// The template stays the frame whose place on the canvas is known, or the offsets to come would not add up:
-/// in a new mosaic its first frame, else the one there is.
+/// in a new mosaic its first frame, with the features that were just found, else the one there is.
 void CudaEngine::keepTemplate() {
-    if (begins()) keepAsTemplate(previousSide.reduced.data());
+    requireZeroSum();
+    if (!begins()) return;
+    std::memcpy(templateFrame.data(), previousSide.reduced.data(), static_cast<std::size_t>(frame.bytes()));
+    templateOnDevice = true;
+    mosaic.templateState = TemplateState::described;
+    describedFor = expected;
 }
 
 /// The old reference's memory is the next frame's.

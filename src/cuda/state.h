@@ -10,14 +10,28 @@
 
 #include "common/arena.h"
 #include "common/buffer.h"
+#include "compose/brightness.h"
 #include "compose/distance_map.h"
 #include "cuda/memory.h"
 #include "engine/engine.h"
 #include "registration/features.h"
+#include "registration/harris.h"
 
 namespace brantel {
 
 using GreyKernel = void (*)(unsigned char*, int, int, unsigned char*);
+
+/// Where a side's page-locked memory holds what the device found out for a registration, one behind the other.
+struct HostImages {
+    float* xx;  // smoothed products at half size
+    float* yy;
+    float* xy;
+    std::uint8_t* grey;  // rows x cols and a zeroed row behind it, which descriptors read
+
+    HostImages(float* memory, const ImageDesc& frame, std::int32_t workingScale);
+    /// Floats of memory for all of them.
+    static std::int64_t sizeFor(const ImageDesc& frame, std::int32_t workingScale);
+};
 
 /// One of the two frames of a registration with everything its worker needs; the sides share nothing.
 struct CudaSide {
@@ -36,11 +50,9 @@ struct CudaSide {
     DeviceBuffer<float> paddedA;
     DeviceBuffer<float> paddedB;
 
-    Arena<PageLockedBuffer<float>> arena;  // smoothed xx, then a grey image, then a distance map
-    Buffer<float> hostYy;
-    Buffer<float> hostXy;
-    Buffer<float> response;
-    Buffer<std::uint8_t> hostGrey;       // rows x cols and a zeroed row behind it, which descriptors read
+    Arena<PageLockedBuffer<float>>
+        arena;  // what was copied to the host, see HostImages; later cuts or a distance map
+    SelectionScratch selection;
     Buffer<std::uint8_t> reduced;        // the frame after reduction
     std::vector<std::uint16_t> scratch;  // of the descriptor builder
 
@@ -54,8 +66,7 @@ struct OverlapSide {
     DeviceBuffer<std::uint8_t> grey;
     DeviceBuffer<std::uint8_t> padded;    // by 1
     DeviceBuffer<std::uint8_t> smoothed;  // 3 x 3, padded
-    Buffer<std::uint8_t> cut;
-    Buffer<std::uint8_t> zeroSum;  // the cut's filtered half-size image; no decision looks at it
+    Buffer<std::uint8_t> zeroSum;         // the cut's filtered half-size image; no decision looks at it
 };
 
 /// One of the two images of the motion test.
@@ -79,19 +90,25 @@ class CudaEngine final : public Engine {
     CudaSide previousSide;
     CudaSide currentSide;
     Buffer<std::uint8_t> templateFrame;  // host copy of the template of the next call
+    /// What previousSide's features are for while the template is described.
+    ExpectedShift describedFor;
     /// previousSide.frame holds the template, too, so that a continuing call need not bring it there. Blending
     /// makes the template in that buffer; whoever puts something else there clears this first.
     bool templateOnDevice = false;
 
-    PageLockedBuffer<std::uint8_t> stagedCurrent;  // the current frame at working size
-    PageLockedBuffer<std::uint8_t> stagedPatch;    // the canvas cut, then the blended frame
+    PageLockedBuffer<std::uint8_t>
+        stagedCurrent;                           // the current frame at working size, for the brightness test
+    PageLockedBuffer<std::uint8_t> stagedPatch;  // the canvas cut, then the blended frame
     DeviceBuffer<std::uint8_t> blended;
     OverlapSide overlapPrevious;
     OverlapSide overlapCurrent;
     DeviceBuffer<float> maskA;
     DeviceBuffer<float> maskB;
-    DistanceMap distancesA;
-    DistanceMap distancesB;
+    DistanceMap distances;
+    /// Distances of a full frame to its edge, which depend on its size alone: made for the first frame of a size.
+    DeviceBuffer<float> edgeDistances;
+    std::int32_t edgeRows = 0;  // of the frames that they are for
+    std::int32_t edgeCols = 0;
     DeviceBuffer<std::uint8_t> weights;
     DeviceBuffer<std::uint8_t> lastFrame;  // the last frame seen, reference of the motion test
     MotionSide motionPrevious;
@@ -101,6 +118,7 @@ class CudaEngine final : public Engine {
     bool stitchingImageOffset(const StitchCall& call) override;
     bool takeFrames(const StitchCall& call) override;
     bool imageMosaicFun() override;
+    bool judge() override;
     bool measureMotion(std::int64_t* motionMeasure) override;
     bool measureBrightness() override;
     bool stitchingImageImageblend() override;
@@ -111,7 +129,8 @@ class CudaEngine final : public Engine {
 
     /// Fills side.features from side.frame. Corners are appended.
     void describeSide(CudaSide& side) const;
-    /// Weight of image A against image B for every pixel. 0, with "ptr is null", for a null image, else 1.
+    /// Weight of image A against image B, which has no zero sample, for every pixel. 0, with "ptr is null", for a null
+    /// image, else 1.
     std::uint8_t seamBlend(std::uint8_t* imageA, std::uint8_t* imageB, std::int32_t rows, std::int32_t cols,
                            std::int32_t channels, std::uint8_t* weightImage);
 
@@ -128,17 +147,32 @@ class CudaEngine final : public Engine {
     void stageFrame(const std::uint8_t* from, std::int32_t scale, CudaSide& side, std::uint8_t* staged) const;
     bool beginMosaic(const StitchCall& call);
     void recallTemplate();
-    void keepAsTemplate(const std::uint8_t* accepted);
     bool detectCorners(CudaSide& side, std::uint8_t* image) const;
     bool detectCornersInRowRange(CudaSide& side, std::uint8_t* grey) const;
     void makeMasks(std::uint8_t* imageA, std::uint8_t* imageB, std::int32_t rows, std::int32_t cols,
                    std::int32_t channels) const;
-    bool distanceMaps(float* mapA, float* mapB, std::int32_t rows, std::int32_t cols);
+    void ensureEdgeDistances(std::int32_t rows, std::int32_t cols);
+    void cutWindow(const CanvasWindow& window, std::uint8_t* patch);
+    void pasteAndKeep(const std::uint8_t* patch, const CanvasWindow& window);
     void blendPatch(std::uint8_t* patch);
+    void beginZeroSum(const OverlapParts& parts);
+    void filterOverlap();
+    bool finishZeroSum();
+    void requireZeroSum();
+    bool templateServes() const;
+    void describePrevious();
     bool begins() const { return mosaic.templateState == TemplateState::first; }
 
     bool usesDevice_ = false;                    // there may be something to free on it
     cudaError_t allocationError_ = cudaSuccess;  // the first one of the last initialisation
+
+    /// The match worker's job between the brightness test and the blend.
+    struct ZeroSumJob {
+        CudaEngine& engine;
+        OverlapParts parts;
+        bool running = false;
+        void operator()() { engine.filterOverlap(); }
+    } zeroSum_{*this, {}};
 };
 
 }  // namespace brantel

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "compose/bands.h"
+#include "simd/level.h"
 
 namespace brantel {
 
@@ -11,34 +12,37 @@ namespace {
 
 constexpr std::int32_t border = 4;
 
-using Image = std::vector<std::uint8_t>;
-
-Image everySecond(const std::uint8_t* grey, std::int32_t rows, std::int32_t cols) {
-    Image half;
-    half.reserve(static_cast<std::size_t>(rows / 2) * static_cast<std::size_t>(cols / 2));
-    for (std::int64_t r = 0; r < rows / 2; ++r)
-        for (std::int64_t c = 0; c < cols / 2; ++c) half.push_back(grey[2 * r * cols + 2 * c]);
-    return half;
-}
-
-/// The image (rows x cols) filtered along its rows.
-Image filteredRows(const Log& log, const Image& image, std::int32_t rows, std::int32_t cols) {
+/// Every second row and column, filtered along the rows.
+void filterRows(const Log& log, const std::uint8_t* grey, std::int64_t stride, std::int32_t rows,
+                std::int32_t cols, std::uint8_t* out) {
     const std::int32_t paddedCols = cols + 2 * border;
-    Image padded(static_cast<std::size_t>(rows) * static_cast<std::size_t>(paddedCols));
-    Image filtered(padded.size());
-    Image cropped(image.size());
-    padColumnsMirror(log, image.data(), rows, cols, border, padded.data());
-    filterRowZeroSum9(log, padded.data(), rows, paddedCols, 0, filtered.data());
-    cropColumns(log, filtered.data(), rows, paddedCols, border, cropped.data());
-    return cropped;
+    std::vector<std::uint8_t> half(static_cast<std::size_t>(cols));
+    std::vector<std::uint8_t> padded(static_cast<std::size_t>(paddedCols));
+    std::vector<std::uint8_t> filtered(padded.size());
+    for (std::int64_t r = 0; r < rows; ++r) {
+        simd::kernels().halveRow(grey + 2 * r * stride, cols, half.data());
+        padColumnsMirror(log, half.data(), 1, cols, border, padded.data());
+        filterRowZeroSum9(log, padded.data(), 1, paddedCols, 0, filtered.data());
+        cropColumns(log, filtered.data(), 1, paddedCols, border, out + r * cols);
+    }
 }
 
-Image transposed(const Image& image, std::int32_t rows, std::int32_t cols) {
-    Image turned(image.size());
-    for (std::int64_t r = 0; r < rows; ++r)
+/// Which row is row at of an image padded like its columns (quirk 47).
+std::int64_t paddedRow(std::int64_t at, std::int64_t rows) {
+    if (at < border) return border - at;
+    return at < border + rows ? at - border : at - 2 * border - 1;
+}
+
+/// The same filter along the columns, modulo 256 (quirk 48): whole rows at once instead of columns one by one.
+void filterColumns(const std::uint8_t* image, std::int32_t rows, std::int32_t cols,
+                   std::uint8_t* __restrict out) {
+    for (std::int64_t r = 0; r < rows; ++r, out += cols) {
+        const std::uint8_t* p[2 * border + 1];
+        for (std::int64_t k = 0; k <= 2 * border; ++k) p[k] = image + paddedRow(r + k, rows) * cols;
         for (std::int64_t c = 0; c < cols; ++c)
-            turned[static_cast<std::size_t>(c * rows + r)] = image[static_cast<std::size_t>(r * cols + c)];
-    return turned;
+            out[c] = static_cast<std::uint8_t>(4 * p[4][c] + 2 * (p[3][c] + p[5][c] - p[1][c] - p[7][c]) -
+                                               p[0][c] - p[2][c] - p[6][c] - p[8][c]);
+    }
 }
 
 /// First and last row, the first 10 columns and the last 11.
@@ -56,11 +60,11 @@ void zeroSumImage(const Log& log, const std::uint8_t* grey, std::int32_t rows, s
     const std::int32_t halfRows = rows / 2;
     const std::int32_t halfCols = cols / 2;
     if (halfRows <= border || halfCols <= border) return;
-    const Image alongRows = filteredRows(log, everySecond(grey, rows, cols), halfRows, halfCols);
-    const Image turned = filteredRows(log, transposed(alongRows, halfRows, halfCols), halfCols, halfRows);
-    const Image both = transposed(turned, halfCols, halfRows);
-    out.ensure(static_cast<std::int64_t>(both.size()));
-    std::copy(both.begin(), both.end(), out.data());
+    const auto pixels = std::int64_t{halfRows} * halfCols;
+    std::vector<std::uint8_t> alongRows(static_cast<std::size_t>(pixels));
+    filterRows(log, grey, cols, halfRows, halfCols, alongRows.data());
+    out.ensure(pixels);
+    filterColumns(alongRows.data(), halfRows, halfCols, out.data());
     clearEdges(log, out.data(), halfRows, halfCols);
 }
 

@@ -33,8 +33,8 @@ bool distances(const ClDevice& device, const ImageDesc& frame, SeamImages& seam)
         !readBuffer(device, frameMask, seam.frameMask.data(), bytes))
         return false;
     clearMaskEdge(device.log, seam.frameMask.data(), frame.rows, frame.cols);
-    seam.distances.transform(seam.canvasMask.data(), frame.rows, frame.cols);
-    seam.distances.transform(seam.frameMask.data(), frame.rows, frame.cols);
+    seam.distances.transform(seam.canvasMask.data(), frame.rows, frame.cols, nullptr);
+    seam.distances.transform(seam.frameMask.data(), frame.rows, frame.cols, nullptr);
     return writeBuffer(device, canvasMask, seam.canvasMask.data(), bytes) &&
            writeBuffer(device, frameMask, seam.frameMask.data(), bytes);
 }

@@ -78,8 +78,9 @@ bool OpenclEngine::filterCuts(const ImageDesc& part) {
 }
 
 bool OpenclEngine::measureBrightness() {
-    const OverlapParts parts =
-        cutOverlap(log, mosaic, currentSide.reduced.data(), frame, overlapPrevious.cut, overlapCurrent.cut);
+    for (OverlapCut* side : {&overlapPrevious, &overlapCurrent}) side->cut.ensure(frame.bytes());
+    const OverlapParts parts = cutOverlap(log, mosaic, currentSide.reduced.data(), frame,
+                                          overlapPrevious.cut.data(), overlapCurrent.cut.data());
     for (OverlapCut* side : {&overlapPrevious, &overlapCurrent}) side->grey.ensure(frame.pixels());
     const bool overlap = !empty(parts.canvas) && !empty(parts.frame);
     if (overlap && !greyOfCuts(parts.frame)) {

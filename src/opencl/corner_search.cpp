@@ -5,7 +5,6 @@
 
 #include "gpu/row_range.h"
 #include "opencl/run_kernel.h"
-#include "registration/harris.h"
 
 namespace brantel {
 
@@ -74,8 +73,8 @@ bool CornerSearch::findCorners(cl_mem grey) const {
     // Suppression needs more than its border on both sides; smaller images have no corners.
     if (half.rows <= 2 * harrisBorder || half.cols <= 2 * harrisBorder) return true;
     if (!computeProducts(grey) || !readProducts()) return false;
-    selectCorners(device.log, side.xx.data(), side.yy.data(), side.xy.data(), half.rows, half.cols, tuning,
-                  side.response.data(), side.features.corners);
+    selectCorners(device.log, {side.xx.data(), side.yy.data(), side.xy.data(), half.rows, half.cols}, tuning,
+                  side.selection, side.features.corners);
     return true;
 }
 
@@ -114,7 +113,7 @@ bool CornerSearch::readProducts() const {
     Mapping yy(device, device.buffers[side.parts.yy], bytes);
     Mapping xy(device, device.buffers[side.parts.xy], bytes);
     if (xx.pixels() == nullptr || yy.pixels() == nullptr || xy.pixels() == nullptr) return false;
-    for (Buffer<float>* image : {&side.xx, &side.yy, &side.xy, &side.response}) image->ensure(pixels);
+    for (Buffer<float>* image : {&side.xx, &side.yy, &side.xy}) image->ensure(pixels);
     std::memcpy(side.xx.data(), xx.pixels(), static_cast<std::size_t>(bytes));
     std::memcpy(side.yy.data(), yy.pixels(), static_cast<std::size_t>(bytes));
     std::memcpy(side.xy.data(), xy.pixels(), static_cast<std::size_t>(bytes));

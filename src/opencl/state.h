@@ -9,6 +9,7 @@
 #include "engine/engine.h"
 #include "opencl/device.h"
 #include "opencl/side_parts.h"
+#include "registration/harris.h"
 
 namespace brantel {
 
@@ -22,7 +23,7 @@ struct OpenclSide {
     Buffer<float> xx;              // gradient products at half size
     Buffer<float> yy;
     Buffer<float> xy;
-    Buffer<float> response;
+    SelectionScratch selection;
     std::vector<std::uint16_t> scratch;  // of the descriptor builder
     BufferTable::Entry evenGrey;         // on the device: the grey image without the odd last column
     bool rowRangeCleared = false;        // the row range's buffer has known contents

@@ -5,9 +5,9 @@
 #include "compose/reduction.h"
 #include "reference/descriptors.h"
 #include "reference/filters.h"
+#include "reference/harris.h"
 #include "reference/image_ops.h"
 #include "reference/thinning.h"
-#include "registration/harris.h"
 
 namespace brantel::reference {
 

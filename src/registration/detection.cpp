@@ -39,24 +39,6 @@ class ProductRing {
     std::int64_t cols_;
 };
 
-/// Drops the maxima that do not exceed the threshold.
-void keepAbove(float threshold, CornerSelection& selection) {
-    std::size_t kept = 0;
-    for (std::size_t i = 0; i < selection.values.size(); ++i) {
-        if (!(selection.values[i] > threshold)) continue;
-        selection.values[kept] = selection.values[i];
-        selection.points[kept++] = selection.points[i];
-    }
-    selection.values.resize(kept);
-    selection.points.resize(kept);
-}
-
-/// One accumulator, row by row: the order of the additions is part of the result.
-float added(float sum, const float* response, std::int32_t cols) {
-    return simd::cornerKernels().addInOrder(sum, response + harrisBorder,
-                                            std::int64_t{cols} - 2 * harrisBorder);
-}
-
 struct GreyImage {
     const std::uint8_t* pixels;
     std::int32_t rows;
@@ -118,12 +100,12 @@ class BandScan {
         if (to_ > last_) return sum;
         responses_.clear(last_);  // the border
         findMaxima(last_ - 1);
-        return added(sum, responses_.row(last_ - 1), image_.cols);
+        return addResponses(sum, responses_.row(last_ - 1), image_.cols);
     }
 
     /// Adds the band's responses, which stayed, to a sum.
     float addTo(float sum) {
-        for (std::int32_t r = first_; r < last_; ++r) sum = added(sum, responses_.row(r), image_.cols);
+        for (std::int32_t r = first_; r < last_; ++r) sum = addResponses(sum, responses_.row(r), image_.cols);
         return sum;
     }
 
@@ -149,19 +131,9 @@ class BandScan {
         return simd::cornerKernels().harrisRow(row, harrisBorder, image_.cols - harrisBorder, sum);
     }
 
-    /// Appends the maxima of a row, each the largest of its 3 x 3 neighbourhood. The mean that they have to
-    /// exceed is known only at the end.
     void findMaxima(std::int32_t r) {
-        CornerSelection& selection = band_.selection;
-        const float* at = responses_.row(r);
-        const std::int64_t found = simd::cornerKernels().maximaInRow(
-            responses_.row(r - 1), at, responses_.row(r + 1), 0.0F, harrisBorder, image_.cols - harrisBorder,
-            selection.columns.data());
-        for (std::int64_t i = 0; i < found; ++i) {
-            const std::int32_t x = selection.columns[static_cast<std::size_t>(i)];
-            selection.values.push_back(at[x]);
-            selection.points.push_back({x, r});
-        }
+        appendMaxima(responses_.row(r - 1), responses_.row(r), responses_.row(r + 1), r, image_.cols,
+                     band_.selection);
     }
 
     const GreyImage& image_;

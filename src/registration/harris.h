@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "common/buffer.h"
 #include "common/log.h"
 #include "common/tuning.h"
 #include "common/types.h"
@@ -13,19 +14,6 @@ namespace brantel {
 
 /// Border without corners on every side.
 constexpr std::int32_t harrisBorder = 20;
-
-/// Harris response R = a*b - c*c - (a + b)*k*(a + b), single precision, in this order, inside the border.
-/// Only positive values are stored in response and added to *sum, row by row; elsewhere response keeps what
-/// it held. *mean becomes *sum / (rows * cols). False, with "calcResponseValue ptr null", for a null image.
-bool calcResponseValue(const Log& log, const float* a, const float* b, const float* c, float k,
-                       std::int32_t rows, std::int32_t cols, float* response, float* mean, float* sum);
-
-/// Appends every pixel inside the border that equals the maximum of its 3 x 3 neighbourhood and exceeds the
-/// threshold, in row-major order. All pixels of a plateau qualify (quirk 26).
-/// False, with "responseValueMaxSuppression ptr is null", for a null image.
-bool responseValueMaxSuppression(const Log& log, const float* response, float threshold, std::int32_t rows,
-                                 std::int32_t cols, std::vector<float>& values,
-                                 std::vector<CornerPoint>& points);
 
 /// The local maxima of a frame on their way to becoming corners; keeps its storage between frames.
 struct CornerSelection {
@@ -40,15 +28,40 @@ struct CornerSelection {
     }
 };
 
+/// Appends the columns of row r that are the largest of their 3 x 3 neighbourhood in three rows of responses and above 0,
+/// from left to right, inside the border. All pixels of a plateau qualify (quirk 26). The mean response that maxima have
+/// to exceed is known only when all rows have been seen: see keepAbove.
+void appendMaxima(const float* above, const float* at, const float* below, std::int32_t r, std::int32_t cols,
+                  CornerSelection& selection);
+
+/// Drops the maxima that do not exceed the threshold.
+void keepAbove(float threshold, CornerSelection& selection);
+
+/// sum with a row's responses inside the border, added one by one: the order of the additions is part of the result.
+float addResponses(float sum, const float* response, std::int32_t cols);
+
 /// Thins and spreads the maxima, which it consumes, and appends what is left in full-frame coordinates.
 void keepBestCorners(const Log& log, CornerSelection& selection, const CornerTuning& tuning,
                      std::vector<CornerPoint>& corners);
 
-/// The processor's share of detection for backends that compute the products elsewhere: response into a
-/// cleared map, suppression above the mean, thinning and spreading. Appends the corners in full-frame
-/// coordinates.
-void selectCorners(const Log& log, const float* xx, const float* yy, const float* xy, std::int32_t rows,
-                   std::int32_t cols, const CornerTuning& tuning, float* response,
-                   std::vector<CornerPoint>& corners);
+/// Smoothed gradient products, each of rows x cols.
+struct SmoothedProducts {
+    const float* xx;
+    const float* yy;
+    const float* xy;
+    std::int32_t rows;
+    std::int32_t cols;
+};
+
+/// What corners are selected with, kept between frames.
+struct SelectionScratch {
+    Buffer<float> response;  // the last three rows
+    CornerSelection selection;
+};
+
+/// The processor's share of detection for backends that compute the products elsewhere: response, suppression
+/// above the mean response, thinning and spreading. Appends the corners in full-frame coordinates.
+void selectCorners(const Log& log, const SmoothedProducts& products, const CornerTuning& tuning,
+                   SelectionScratch& scratch, std::vector<CornerPoint>& corners);
 
 }  // namespace brantel

@@ -62,6 +62,12 @@ inline void filterColumns(const HarrisRow& row, const Taps& taps, int64_t at, in
                             row.filtered + product * row.plane + at);
 }
 
+inline float responseOf(float a, float b, float c, float k) {
+    const float trace = a + b;
+    const float value = a * b - c * c - trace * k * trace;
+    return value > 0.0F ? value : 0.0F;
+}
+
 template <bool whole>
 inline void responses(const HarrisRow& row, const Taps& k, int64_t at, int64_t count,
                       float* __restrict response) {
@@ -72,9 +78,7 @@ inline void responses(const HarrisRow& row, const Taps& k, int64_t at, int64_t c
         const float a = k.k0 * p[x - 2] + k.k1 * p[x - 1] + k.k2 * p[x] + k.k3 * p[x + 1] + k.k4 * p[x + 2];
         const float b = k.k0 * q[x - 2] + k.k1 * q[x - 1] + k.k2 * q[x] + k.k3 * q[x + 1] + k.k4 * q[x + 2];
         const float c = k.k0 * s[x - 2] + k.k1 * s[x - 1] + k.k2 * s[x] + k.k3 * s[x + 1] + k.k4 * s[x + 2];
-        const float trace = a + b;
-        const float value = a * b - c * c - trace * row.k * trace;
-        response[x] = value > 0.0F ? value : 0.0F;
+        response[x] = responseOf(a, b, c, row.k);
     }
 }
 
@@ -102,6 +106,11 @@ float harrisRow(const HarrisRow& given, int64_t first, int64_t last, float sum) 
     filterColumns<false>(row, taps, ready, end - ready);
     responses<false>(row, taps, x, last - x, row.response + x);
     return added<false>(sum, row.responseAbove + x, last - x);
+}
+
+void responseRow(const float* xx, const float* yy, const float* xy, int64_t count, float k,
+                 float* __restrict response) {
+    for (int64_t x = 0; x < count; ++x) response[x] = responseOf(xx[x], yy[x], xy[x], k);
 }
 
 inline float addOneByOne(float sum, const float* values, int64_t count) {
@@ -262,7 +271,7 @@ int64_t maximaInRow(const float* above, const float* at, const float* below, flo
 }  // namespace
 
 const CornerKernels& cornerTable() {
-    static const CornerKernels kernels = {gradientRow, harrisRow, addInOrder, maximaInRow};
+    static const CornerKernels kernels = {gradientRow, harrisRow, responseRow, addInOrder, maximaInRow};
     return kernels;
 }
 

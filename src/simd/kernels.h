@@ -26,6 +26,9 @@ struct CornerKernels {
     /// columns to each side. Responses that are not positive become 0. Returns sum with the responses of the
     /// row above added from left to right.
     float (*harrisRow)(const HarrisRow& row, std::int64_t first, std::int64_t last, float sum);
+    /// Responses at count columns, of products that are smoothed already. Those that are not positive become 0.
+    void (*responseRow)(const float* xx, const float* yy, const float* xy, std::int64_t count, float k,
+                        float* response);
     /// sum with values, none of them negative or no number, added one by one from left to right, each time rounding to
     /// single precision.
     float (*addInOrder)(float sum, const float* values, std::int64_t count);

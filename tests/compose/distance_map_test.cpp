@@ -4,6 +4,7 @@
 #include "compose/bands.h"
 #include "reference/weights.h"
 #include "support/at_level.h"
+#include "support/idle_workers.h"
 #include "support/rows.h"
 #include "support/test_log.h"
 
@@ -17,13 +18,16 @@ class DistanceMaps : public AtLevel {
     void expectThoseOf(const Mask& before, std::int32_t rows, std::int32_t cols) {
         Mask expected = before;
         reference::chamferDistance(expected.data(), rows, cols);
-        const auto mask = placed(before, places[(rows + cols) % 6]);
-        map_.transform(mask->data(), rows, cols);
-        ASSERT_EQ(valuesOf(*mask), expected) << rows << " x " << cols;
-        ASSERT_TRUE(mask->intact());
+        for (WorkerPair* workers : {static_cast<WorkerPair*>(nullptr), idle_.pair()}) {
+            const auto mask = placed(before, places[(rows + cols) % 6]);
+            map_.transform(mask->data(), rows, cols, workers);
+            ASSERT_EQ(valuesOf(*mask), expected) << rows << " x " << cols;
+            ASSERT_TRUE(mask->intact());
+        }
     }
 
   private:
+    IdleWorkers idle_;
     DistanceMap map_;  // one over all sizes, as an engine keeps it
 };
 

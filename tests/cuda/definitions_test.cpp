@@ -9,8 +9,8 @@
 #include "cuda/emulated_cuda.h"
 #include "cuda/state.h"
 #include "gpu/reference.h"
+#include "reference/harris.h"
 #include "reference/weights.h"
-#include "registration/harris.h"
 #include "support/output_capture.h"
 #include "support/picture.h"
 #include "support/session.h"
@@ -26,11 +26,10 @@ using Corners = std::vector<CornerPoint>;
 Corners cornersOf(const std::uint8_t* grey, std::int32_t rows, std::int32_t cols,
                   const CornerTuning& tuning) {
     const gpu_test::Products products = gpu_test::smoothedProducts(grey, rows, cols);
-    std::vector<float> response(products.xx.size());
     Corners corners;
     captureOutput([&] {
-        selectCorners(toOutput(), products.xx.data(), products.yy.data(), products.xy.data(), rows / 2,
-                      cols / 2, tuning, response.data(), corners);
+        corners = reference::selectCorners(toOutput(), products.xx.data(), products.yy.data(),
+                                           products.xy.data(), rows / 2, cols / 2, tuning);
     });
     return corners;
 }
@@ -71,6 +70,7 @@ class CudaDefinitions : public testing::TestWithParam<std::tuple<std::int32_t, s
         return side.features.corners;
     }
     void expectRowRangeSearched(CudaSide& side, CornerPoint shift, bool reverse);
+    void expectDefinedWeights(const Frame& a, const Frame& b, std::int32_t height, std::int32_t width);
 
     CudaEngine engine{processLogSink()};
 };
@@ -164,20 +164,21 @@ Frame withHoles(Picture picture, std::int32_t band, unsigned seed) {
     return picture.pixels;
 }
 
-TEST_P(CudaDefinitions, WeightsOfDifferentContentAreTheDefinedOnes) {
-    const Frame a = withHoles(makePicture(Texture::fine, rows, cols(), channels(), 1), 31, 5);
-    const Frame b = withHoles(makePicture(Texture::grains, rows, cols(), channels(), 2), 17, 6);
-    toDevice(engine.previousSide.frame, a.data(), engine.frame.bytes());
-    toDevice(engine.currentSide.frame, b.data(), engine.frame.bytes());
-    ASSERT_EQ(engine.seamBlend(engine.previousSide.frame.data(), engine.currentSide.frame.data(), rows,
-                               cols(), channels(), engine.weights.data()),
+/// Canvas cut a against a full frame b.
+void CudaDefinitions::expectDefinedWeights(const Frame& a, const Frame& b, std::int32_t height,
+                                           std::int32_t width) {
+    const auto pixels = static_cast<std::size_t>(height) * static_cast<std::size_t>(width);
+    toDevice(engine.previousSide.frame, a.data(), static_cast<std::int64_t>(a.size()));
+    toDevice(engine.currentSide.frame, b.data(), static_cast<std::int64_t>(b.size()));
+    ASSERT_EQ(engine.seamBlend(engine.previousSide.frame.data(), engine.currentSide.frame.data(), height,
+                               width, channels(), engine.weights.data()),
               1);
-    const Frame weights = fetch(engine.weights);
+    Frame weights(pixels);
+    toHost(weights.data(), engine.weights, static_cast<std::int64_t>(pixels));
 
-    const auto pixels = static_cast<std::size_t>(engine.frame.pixels());
     std::vector<float> distancesA(pixels), distancesB(pixels);
     Frame processors(pixels);
-    ASSERT_TRUE(reference::weightMask(toOutput(), a.data(), b.data(), rows, cols(), channels(),
+    ASSERT_TRUE(reference::weightMask(toOutput(), a.data(), b.data(), height, width, channels(),
                                       distancesA.data(), distancesB.data(), processors.data()));
     Frame defined(pixels);
     for (std::size_t i = 0; i < pixels; ++i) {
@@ -192,6 +193,30 @@ TEST_P(CudaDefinitions, WeightsOfDifferentContentAreTheDefinedOnes) {
     }
     for (const int extreme : {0, 255}) EXPECT_GT(std::count(weights.begin(), weights.end(), extreme), 100);
     EXPECT_GT(std::count_if(weights.begin(), weights.end(), [](int w) { return w > 20 && w < 235; }), 1000);
+}
+
+// The frame's distances follow from its size and are kept, the canvas's are made for every frame.
+TEST_P(CudaDefinitions, WeightsOfDifferentContentAreTheDefinedOnes) {
+    const std::int32_t sizes[][2] = {{rows, cols()},           {rows, cols()},           {rows, cols() - 31},
+                                     {rows - 40, cols() - 31}, {rows - 31, cols() - 40}, {rows, cols()}};
+    unsigned seed = 1;
+    for (const auto& [height, width] : sizes) {
+        const Frame a = withHoles(makePicture(Texture::fine, height, width, channels(), seed), 31, seed + 5);
+        Frame b = makePicture(Texture::grains, height, width, channels(), seed + 1).pixels;
+        for (std::uint8_t& sample : b) sample = std::max<std::uint8_t>(sample, 1);
+        expectDefinedWeights(a, b, height, width);
+        ++seed;
+    }
+}
+
+// What was kept on the device went with it.
+TEST_P(CudaDefinitions, AfterATeardownWeightsAreAsBefore) {
+    const Frame a = withHoles(makePicture(Texture::fine, rows, cols(), channels(), 3), 31, 5);
+    const Frame b(static_cast<std::size_t>(engine.frame.bytes()), 100);
+    expectDefinedWeights(a, b, rows, cols());
+    captureOutput([&] { engine.uinitJoint(); });
+    SetUp();
+    expectDefinedWeights(a, b, rows, cols());
 }
 
 INSTANTIATE_TEST_SUITE_P(WidthsAndChannels, CudaDefinitions,

@@ -62,12 +62,13 @@ struct State {
     std::mutex mutex;
     Reserved reserved;
     std::map<std::uintptr_t, Block> device;
-    std::map<const void*, Block> pageLocked;
+    std::map<std::uintptr_t, Block> pageLocked;
 
     Faults faults;
     std::vector<Launch> launches;
     std::vector<Allocation> allocations;
     std::vector<std::string> violations;
+    Traffic traffic{};
     int copies = 0;
     int queries = 0;
 };
@@ -152,14 +153,66 @@ cudaError_t run(const gpu_test::PlainKernel& kernel, dim3 grid, dim3 block, void
     return cudaSuccess;
 }
 
+/// The page-locked block that holds an address, or null.
+const Block* pageLockedBlock(const void* p, std::size_t* offset) {
+    State& s = state();
+    const auto at = reinterpret_cast<std::uintptr_t>(p);
+    auto next = s.pageLocked.upper_bound(at);
+    if (next == s.pageLocked.begin()) return nullptr;
+    const auto& [start, block] = *std::prev(next);
+    *offset = at - start;
+    return *offset < block.size ? &block : nullptr;
+}
+
 /// Host memory must not lie on the device, and page-locked memory must be long enough.
 void* hostMemory(const void* p, std::size_t bytes) {
     State& s = state();
-    const auto locked = s.pageLocked.find(p);
-    const bool fits = locked == s.pageLocked.end() || bytes <= locked->second.size;
+    std::size_t offset = 0;
+    const Block* locked = pageLockedBlock(p, &offset);
+    if (locked == nullptr) s.traffic.pageableBytes += bytes;
+    const bool fits = locked == nullptr || bytes <= locked->size - offset;
     if (p != nullptr && !s.reserved.holds(p) && fits) return const_cast<void*>(p);
     s.violations.push_back("copy: no host memory of " + std::to_string(bytes) + " bytes");
     return nullptr;
+}
+
+Copies& copiesOf(cudaMemcpyKind kind) {
+    Traffic& traffic = state().traffic;
+    if (kind == cudaMemcpyHostToDevice) return traffic.toDevice;
+    return kind == cudaMemcpyDeviceToHost ? traffic.toHost : traffic.onDevice;
+}
+
+bool copyFails() {
+    State& s = state();
+    const int number = s.copies++;
+    return s.faults.copy >= 0 && number >= s.faults.copy;
+}
+
+/// A copy of so many rows, each a pitch behind the one before it.
+cudaError_t copyRows(char* to, std::size_t toPitch, const char* from, std::size_t fromPitch,
+                     std::size_t width, std::size_t height, cudaMemcpyKind kind) {
+    const bool fromHost = kind == cudaMemcpyHostToDevice;
+    const bool toHost = kind == cudaMemcpyDeviceToHost;
+    {
+        State& s = state();
+        const std::lock_guard<std::mutex> hold(s.mutex);
+        useDevice("copy");
+        if (copyFails()) return cudaErrorLaunchFailure;
+        ++copiesOf(kind).count;
+        copiesOf(kind).bytes += width * height;
+    }
+    for (std::size_t row = 0; row < height; ++row, to += toPitch, from += fromPitch) {
+        const void* source = nullptr;
+        void* target = nullptr;
+        {
+            const std::lock_guard<std::mutex> hold(state().mutex);
+            source = fromHost ? hostMemory(from, width) : storage(from, width, "copy");
+            target = toHost ? hostMemory(to, width) : storage(to, width, "copy");
+        }
+        if (source == nullptr || target == nullptr) return cudaErrorInvalidValue;
+        std::memcpy(target, source, width);
+    }
+    return cudaSuccess;
 }
 
 }  // namespace
@@ -176,6 +229,7 @@ void setFaults(const Faults& faults) {
     s.launches.clear();
     s.allocations.clear();
     s.violations.clear();
+    s.traffic = {};
     s.copies = 0;
     s.queries = 0;
 }
@@ -187,6 +241,11 @@ T locked(T State::*member) {
 }
 std::vector<Launch> launches() {
     return locked(&State::launches);
+}
+Traffic traffic() {
+    Traffic traffic = locked(&State::traffic);
+    traffic.launches = launches().size();
+    return traffic;
 }
 std::vector<Allocation> allocations() {
     return locked(&State::allocations);
@@ -276,7 +335,7 @@ cudaError_t cudaHostAlloc(void** at, std::size_t bytes, unsigned /*flags*/) {
     if (allocationDenied('h', bytes)) return cudaErrorMemoryAllocation;
     Block block = garbage(bytes);
     *at = block.bytes.get();
-    s.pageLocked.emplace(*at, std::move(block));
+    s.pageLocked.emplace(reinterpret_cast<std::uintptr_t>(*at), std::move(block));
     return cudaSuccess;
 }
 
@@ -284,37 +343,19 @@ cudaError_t cudaFreeHost(void* at) {
     State& s = state();
     const std::lock_guard<std::mutex> hold(s.mutex);
     useDevice("cudaFreeHost");
-    if (s.pageLocked.erase(at) == 0) s.violations.emplace_back("wrong cudaFreeHost");
+    if (s.pageLocked.erase(reinterpret_cast<std::uintptr_t>(at)) == 0)
+        s.violations.emplace_back("wrong cudaFreeHost");
     return cudaSuccess;
 }
 
 cudaError_t cudaMemcpy(void* to, const void* from, std::size_t bytes, cudaMemcpyKind kind) {
-    const void* source = nullptr;
-    void* target = nullptr;
-    {
-        State& s = state();
-        const std::lock_guard<std::mutex> hold(s.mutex);
-        useDevice("copy");
-        const int number = s.copies++;
-        if (s.faults.copy >= 0 && number >= s.faults.copy) return cudaErrorLaunchFailure;
-        const bool fromHost = kind == cudaMemcpyHostToDevice;
-        const bool toHost = kind == cudaMemcpyDeviceToHost;
-        source = fromHost ? hostMemory(from, bytes) : storage(from, bytes, "copy");
-        target = toHost ? hostMemory(to, bytes) : storage(to, bytes, "copy");
-    }
-    if (source == nullptr || target == nullptr) return cudaErrorInvalidValue;
-    std::memcpy(target, source, bytes);
-    return cudaSuccess;
+    return copyRows(static_cast<char*>(to), bytes, static_cast<const char*>(from), bytes, bytes, 1, kind);
 }
 
 cudaError_t cudaMemcpy2D(void* to, std::size_t toPitch, const void* from, std::size_t fromPitch,
                          std::size_t width, std::size_t height, cudaMemcpyKind kind) {
-    for (std::size_t row = 0; row < height; ++row) {
-        const cudaError_t code = cudaMemcpy(static_cast<char*>(to) + row * toPitch,
-                                            static_cast<const char*>(from) + row * fromPitch, width, kind);
-        if (code != cudaSuccess) return code;
-    }
-    return cudaSuccess;
+    return copyRows(static_cast<char*>(to), toPitch, static_cast<const char*>(from), fromPitch, width, height,
+                    kind);
 }
 
 cudaError_t cudaMemset(void* at, int value, std::size_t bytes) {

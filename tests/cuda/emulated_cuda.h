@@ -31,6 +31,22 @@ struct Allocation {
     std::size_t bytes;
 };
 
+/// Copies of one direction.
+struct Copies {
+    int count;
+    std::size_t bytes;
+};
+
+/// What went to and fro. A copy of a rectangle counts once.
+struct Traffic {
+    std::size_t launches;
+    Copies toDevice;
+    Copies toHost;
+    Copies onDevice;
+    std::size_t
+        pageableBytes;  // from or to host memory that is not page-locked, which a device copies slowly
+};
+
 /// What goes wrong. Numbers count from 0 since the faults were set; -1 is never.
 struct Faults {
     bool countFails = false;
@@ -50,6 +66,7 @@ inline void reset() {
 }
 
 std::vector<Launch> launches();
+Traffic traffic();
 std::vector<Allocation> allocations();
 /// Uses that a device would punish: foreign pointers, copies out of range or in the wrong direction, frees of
 /// what is not allocated, anything done while another device than the first is the thread's.

@@ -8,7 +8,6 @@
 #include "common/grey.h"
 #include "cuda/emulated_cuda.h"
 #include "cuda/state.h"
-#include "gpu/zero_sum.h"
 #include "registration/detection.h"
 #include "support/output_capture.h"
 #include "support/picture.h"
@@ -42,6 +41,10 @@ class CudaFeatures : public testing::Test {
         emulated_cuda::reset();
     }
     CudaSide& side() { return engine.previousSide; }
+    const std::uint8_t* hostGrey() {
+        float* memory = side().arena.within(Phase::registration);
+        return HostImages(memory, engine.frame, engine.tuning.workingScale).grey;
+    }
     void expectTheProcessorsCorners(std::int32_t cols);
     Lines run(ExpectedShift expected = {}) {
         engine.expected = expected;
@@ -89,7 +92,7 @@ TEST_F(CudaFeatures, AGreyFrameIsSearchedAsItIs) {
     Launches expected;
     appendDetection(expected, 125, 195);
     EXPECT_EQ(emulated_cuda::launches(), expected);
-    EXPECT_TRUE(std::equal(picture.pixels.begin(), picture.pixels.end(), side().hostGrey.data()));
+    EXPECT_TRUE(std::equal(picture.pixels.begin(), picture.pixels.end(), hostGrey()));
 }
 
 TEST_F(CudaFeatures, TheOtherWorkerHasItsOwnGreyKernel) {
@@ -162,7 +165,7 @@ void CudaFeatures::expectTheProcessorsCorners(std::int32_t cols) {
     std::vector<std::uint8_t> grey;
     for (std::size_t i = 0; i < picture.pixels.size(); i += 3)
         grey.push_back(greyOf(picture.pixels[i], picture.pixels[i + 1], picture.pixels[i + 2]));
-    EXPECT_TRUE(std::equal(grey.begin(), grey.end(), side().hostGrey.data()));
+    EXPECT_TRUE(std::equal(grey.begin(), grey.end(), hostGrey()));
 
     HarrisImages images;
     std::vector<CornerPoint> corners;
@@ -198,35 +201,6 @@ TEST_F(CudaFeatures, TheOrderOfThreadsDoesNotMatter) {
     run();
     EXPECT_FALSE(forward.empty());
     EXPECT_EQ(side().features.corners, forward);
-}
-
-// The 9 taps sum to 0: what is even vanishes, edges are cleared, a single grain leaves the product of its
-// taps.
-TEST(ZeroSumImage, AnswersToAGrainOnly) {
-    constexpr std::int32_t rows = 60, cols = 80;
-    std::vector<std::uint8_t> grey(rows * cols, 50);
-    Buffer<std::uint8_t> out;
-    zeroSumImage(toOutput(), grey.data(), rows, cols, out);
-    ASSERT_EQ(out.size(), 30 * 40);
-    EXPECT_TRUE(std::all_of(out.data(), out.data() + out.size(), [](std::uint8_t v) { return v == 0; }));
-
-    grey[30 * cols + 40] = 51;  // row 15, column 20 of the halved image
-    zeroSumImage(toOutput(), grey.data(), rows, cols, out);
-    EXPECT_EQ(out.data()[15 * 40 + 20], 16);
-    EXPECT_EQ(out.data()[15 * 40 + 21], 8);
-    EXPECT_EQ(out.data()[16 * 40 + 21], 4);
-    EXPECT_EQ(out.data()[15 * 40 + 23], 256 - 8);
-    EXPECT_EQ(out.data()[11 * 40 + 16], 1);
-    EXPECT_EQ(out.data()[15 * 40 + 25], 0);
-}
-
-TEST(ZeroSumImage, LeavesImagesAloneThatAreTooSmall) {
-    const std::vector<std::uint8_t> grey(100, 50);
-    Buffer<std::uint8_t> out;
-    for (const std::int32_t side : {0, 1, 2, 8, 9}) zeroSumImage(toOutput(), grey.data(), side, side, out);
-    EXPECT_TRUE(out.empty());
-    zeroSumImage(toOutput(), grey.data(), 10, 10, out);
-    EXPECT_EQ(out.size(), 25);
 }
 
 }  // namespace

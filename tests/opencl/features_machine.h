@@ -7,6 +7,7 @@
 #include "gpu/row_range.h"
 #include "opencl/run_kernel.h"
 #include "opencl/stream_machine.h"
+#include "reference/harris.h"
 #include "reference/image_ops.h"
 #include "registration/harris.h"
 #include "support/test_log.h"
@@ -36,12 +37,9 @@ class FeaturesMachine : public StreamMachine {
     std::vector<CornerPoint> referenceCorners(const std::uint8_t* grey, std::int32_t greyRows,
                                               std::int32_t greyCols) {
         const gpu_test::Products products = gpu_test::smoothedProducts(grey, greyRows, greyCols);
-        std::vector<float> response(products.xx.size());
-        std::vector<CornerPoint> corners;
         RecordedLines lines;
-        selectCorners(Log(lines), products.xx.data(), products.yy.data(), products.xy.data(), greyRows / 2,
-                      greyCols / 2, engine().tuning, response.data(), corners);
-        return corners;
+        return reference::selectCorners(Log(lines), products.xx.data(), products.yy.data(),
+                                        products.xy.data(), greyRows / 2, greyCols / 2, engine().tuning);
     }
 };
 

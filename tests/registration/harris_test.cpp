@@ -5,6 +5,7 @@
 
 #include <algorithm>
 
+#include "reference/harris.h"
 #include "reference/thinning.h"
 #include "support/guarded_buffer.h"
 #include "support/lines.h"
@@ -33,8 +34,8 @@ Response responseOf(const Image& a, const Image& b, const Image& c, std::int32_t
     std::fill(response.begin(), response.end(), background);
     Response out;
     out.sum = sum;
-    out.result = calcResponseValue(toOutput(), ga->data(), gb->data(), gc->data(), k, rows, cols,
-                                   response.data(), &out.mean, &out.sum);
+    out.result = reference::calcResponseValue(toOutput(), ga->data(), gb->data(), gc->data(), k, rows, cols,
+                                              response.data(), &out.mean, &out.sum);
     out.image.assign(response.begin(), response.end());
     EXPECT_TRUE(response.intact());
     return out;
@@ -94,9 +95,10 @@ TEST(CalcResponseValue, RefusesEachNullImage) {
     float sum = 0;
     for (int which = 0; which < 4; ++which) {
         const auto said = listen([&] {
-            return calcResponseValue(toOutput(), which == 0 ? nullptr : image.data(),
-                                     which == 1 ? nullptr : image.data(), which == 2 ? nullptr : image.data(),
-                                     harrisK, 41, 41, which == 3 ? nullptr : image.data(), &mean, &sum);
+            return reference::calcResponseValue(toOutput(), which == 0 ? nullptr : image.data(),
+                                                which == 1 ? nullptr : image.data(),
+                                                which == 2 ? nullptr : image.data(), harrisK, 41, 41,
+                                                which == 3 ? nullptr : image.data(), &mean, &sum);
         });
         EXPECT_FALSE(said.result);
         EXPECT_EQ(said.lines, Lines{"calcResponseValue ptr null"});
@@ -111,8 +113,8 @@ struct Maxima {
 Maxima maximaOf(const Image& image, float threshold, std::int32_t rows, std::int32_t cols) {
     Maxima out{{1}, {{1, 1}}};  // they are appended
     const auto guarded = GuardedBuffer<float>::copyOf(image);
-    EXPECT_TRUE(responseValueMaxSuppression(toOutput(), guarded->data(), threshold, rows, cols, out.values,
-                                            out.points));
+    EXPECT_TRUE(reference::responseValueMaxSuppression(toOutput(), guarded->data(), threshold, rows, cols,
+                                                       out.values, out.points));
     EXPECT_EQ(out.points[0], (CornerPoint{1, 1}));
     out.points.erase(out.points.begin());
     out.values.erase(out.values.begin());
@@ -171,8 +173,9 @@ TEST(Suppression, SkipsImagesOfFortyRowsOrColumns) {
 
 TEST(Suppression, RefusesNull) {
     Maxima out;
-    const auto said = listen(
-        [&] { return responseValueMaxSuppression(toOutput(), nullptr, 0, 60, 60, out.values, out.points); });
+    const auto said = listen([&] {
+        return reference::responseValueMaxSuppression(toOutput(), nullptr, 0, 60, 60, out.values, out.points);
+    });
     EXPECT_FALSE(said.result);
     EXPECT_EQ(said.lines, Lines{"responseValueMaxSuppression ptr is null"});
 }
@@ -186,10 +189,14 @@ Image randomImage(std::int32_t rows, std::int32_t cols, std::int32_t highest, st
 
 Points selected(const Image& xx, const Image& yy, const Image& xy, std::int32_t rows, std::int32_t cols,
                 std::int32_t densityLevel) {
-    Image response(xx.size(), -7.0F);
+    SelectionScratch scratch;
+    scratch.response.ensure(3 * cols);
+    std::fill_n(scratch.response.data(), 3 * cols, 1e9F);  // of a frame before
+    scratch.selection.values.assign(5, 1e9F);
+    scratch.selection.points.assign(5, {1, 1});
     Points corners;
-    selectCorners(toOutput(), xx.data(), yy.data(), xy.data(), rows, cols,
-                  CornerTuning::forDensity(densityLevel), response.data(), corners);
+    selectCorners(toOutput(), {xx.data(), yy.data(), xy.data(), rows, cols},
+                  CornerTuning::forDensity(densityLevel), scratch, corners);
     return corners;
 }
 
@@ -212,6 +219,26 @@ TEST(SelectCorners, ChainsResponseSuppressionThinningAndSpreading) {
         EXPECT_EQ(expected.size(), static_cast<std::size_t>(tuning.budget));
         EXPECT_EQ(selected(xx, yy, xy, rows, cols, level), expected);
     }
+}
+
+// Plateaus, flat images, images with nothing but a border, and the rows and columns beside it.
+TEST(SelectCorners, IsTheReferencesWhateverTheSize) {
+    for (const std::int32_t rows : {1, 20, 40, 41, 42, 43, 44, 90})
+        for (const std::int32_t cols : {1, 39, 40, 41, 42, 57, 58, 101})
+            for (const std::int32_t highest : {0, 1, 4, 65025}) {
+                const auto seed = static_cast<std::uint64_t>(rows * 1000 + cols * 10);
+                const Image xx = randomImage(rows, cols, highest, seed + 1);
+                const Image yy = randomImage(rows, cols, highest, seed + 2);
+                const Image xy = randomImage(rows, cols, highest / 3, seed + 3);
+                Points expected;
+                const Lines lines = captureLines([&] {
+                    expected = reference::selectCorners(toOutput(), xx.data(), yy.data(), xy.data(), rows,
+                                                        cols, CornerTuning::forDensity(1));
+                });
+                Points found;
+                EXPECT_EQ(captureLines([&] { found = selected(xx, yy, xy, rows, cols, 1); }), lines);
+                EXPECT_EQ(found, expected) << rows << " x " << cols << ", " << highest;
+            }
 }
 
 TEST(SelectCorners, KeepsAllMaximaWhenTheBudgetIsLarger) {

@@ -4,6 +4,7 @@
 
 #include "common/tuning.h"
 #include "reference/filters.h"
+#include "reference/harris.h"
 #include "reference/image_ops.h"
 #include "registration/harris.h"
 #include "support/at_level.h"
@@ -102,9 +103,9 @@ Floats responseOf(const Floats* images, std::int32_t cols) {
     Bordered response(&images[0][0], 0, cols, 2);
     float mean = 0;
     float sum = 0;
-    calcResponseValue(toOutput(), filtered[0].image.data(), filtered[1].image.data(),
-                      filtered[2].image.data(), harrisK, 41, response.cols, response.image.data(), &mean,
-                      &sum);
+    reference::calcResponseValue(toOutput(), filtered[0].image.data(), filtered[1].image.data(),
+                                 filtered[2].image.data(), harrisK, 41, response.cols, response.image.data(),
+                                 &mean, &sum);
     const auto row = response.image.begin() + 20 * response.cols + response.before;
     return {row, row + cols};
 }
@@ -141,6 +142,29 @@ TEST_P(FloatLoops, HarrisRow) {
     });
 }
 
+TEST_P(FloatLoops, ResponseRow) {
+    forAllRows([&](std::int64_t inner, Contents, const Place& place, std::uint64_t seed) {
+        const auto cols = static_cast<std::int32_t>(inner);
+        std::unique_ptr<GuardedBuffer<float>> rows[3];
+        std::vector<Bordered> images;
+        for (int p = 0; p < 3; ++p) {
+            rows[p] = placed(products(cols, 3 * seed + static_cast<std::uint64_t>(p)), place);
+            images.emplace_back(rows[p]->data(), 1, cols, 0);
+        }
+        Bordered expected(rows[0]->data(), 0, cols, 0);
+        float mean = 0;
+        float sum = 0;
+        reference::calcResponseValue(toOutput(), images[0].image.data(), images[1].image.data(),
+                                     images[2].image.data(), harrisK, 41, expected.cols,
+                                     expected.image.data(), &mean, &sum);
+        GuardedBuffer<float> out(cols, place.guard, place.off);
+        corners().responseRow(rows[0]->data(), rows[1]->data(), rows[2]->data(), cols, harrisK, out.data());
+        const auto row = expected.image.begin() + 20 * expected.cols + expected.before;
+        ASSERT_EQ(valuesOf(out), Floats(row, row + cols));
+        ASSERT_TRUE(out.intact());
+    });
+}
+
 TEST_P(FloatLoops, MaximaInRow) {
     forAllRows([&](std::int64_t inner, Contents contents, const Place& place, std::uint64_t seed) {
         const std::int64_t cols = inner + 2;
@@ -154,8 +178,8 @@ TEST_P(FloatLoops, MaximaInRow) {
         const Bordered bordered(image->data(), 3, static_cast<std::int32_t>(cols), 1);
         Floats maxima;
         std::vector<CornerPoint> points;
-        responseValueMaxSuppression(toOutput(), bordered.image.data(), threshold, 41, bordered.cols, maxima,
-                                    points);
+        reference::responseValueMaxSuppression(toOutput(), bordered.image.data(), threshold, 41,
+                                               bordered.cols, maxima, points);
         std::vector<std::int32_t> expected;
         for (const CornerPoint& point : points) expected.push_back(point.x - bordered.before);
         GuardedBuffer<std::int32_t> columns(inner + simd::maximaSlack, place.guard, place.off);
