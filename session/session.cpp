@@ -1,5 +1,6 @@
 #include "session.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 
@@ -12,9 +13,10 @@ namespace {
 
 constexpr std::int32_t areaLimit = 20000;  // a factor of the area at which only the three functions say so
 
-/// The shift to expect, in the interface's form: the row shift's sign is turned round when the column shift is negative.
-ExpectedShift expectedBetween(const FrameEntry& earlier, const FrameEntry& later) {
-    if (!earlier.given || !later.given) return {};
+/// The shift to expect, in the interface's form: the row shift's sign is turned round when the column shift is negative. A
+/// position that may be off by a whole frame leads nowhere: it is there for the frames that follow.
+ExpectedShift expectedBetween(const FrameEntry& earlier, const FrameEntry& later, std::int32_t longerSide) {
+    if (!earlier.given || !later.given || later.given->uncertainty >= longerSide) return {};
     const auto whole = [](double shift) { return static_cast<std::int32_t>(std::floor(shift + 0.5)); };
     const std::int32_t x = whole(later.given->x - earlier.given->x);
     const std::int32_t y = whole(later.given->y - earlier.given->y);
@@ -91,10 +93,11 @@ void Session::followLast(const std::uint8_t* pixels, Changes& changes) {
     Map& map = maps_.at(maps_.count());
     maps_.enter(map);
     const FrameEntry& last = frames_[static_cast<std::size_t>(map.templateFrame)];
+    const std::int32_t longerSide = std::max(engine_.frame.rows, engine_.frame.cols);
     const CornerPoint before = engine_.mosaic.position();
-    const StepEnd end =
-        engine_.stitchFrame({nullptr, const_cast<std::uint8_t*>(pixels), 1, 1,
-                             expectedBetween(last, frames_.back()), nullptr, nullptr, nullptr, nullptr});
+    const StepEnd end = engine_.stitchFrame({nullptr, const_cast<std::uint8_t*>(pixels), 1, 1,
+                                             expectedBetween(last, frames_.back(), longerSide), nullptr,
+                                             nullptr, nullptr, nullptr});
     if (end == StepEnd::brokenOff) throw StepBrokenOff();
     if (end == StepEnd::done) {
         noteResult(map, before, changes);

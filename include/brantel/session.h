@@ -166,7 +166,8 @@ typedef struct brantel_input {
     double y;
     /// How far a difference may be off, pixels per axis, 0 to 1e9; 0: unknown, a tenth of the frame's longer side is
     /// assumed. The picture is looked for there first; where the pictures say for certain that the position is wrong, they
-    /// are believed.
+    /// are believed. Without track keeping corners are looked for there only, or in whole frames when the uncertainty is
+    /// the longer side or more.
     double uncertainty;
 } brantel_input;
 

@@ -29,14 +29,17 @@ constexpr std::uint64_t stripBytes = 1 << 20;         // about so many; readers 
 /// as the kind of file has them, the lowest byte first.
 class Layout {
   public:
-    explicit Layout(const cv::Mat& picture)
-        : width_(static_cast<std::uint64_t>(picture.cols)),
-          height_(static_cast<std::uint64_t>(picture.rows)),
-          channels_(static_cast<std::uint64_t>(picture.channels())),
+    explicit Layout(const PictureInBands& picture)
+        : width_(static_cast<std::uint64_t>(picture.size.width)),
+          height_(static_cast<std::uint64_t>(picture.size.height)),
+          channels_(static_cast<std::uint64_t>(picture.channels)),
           big_(pixelBytes() > mostPlainBytes),
           rowsEach_(
               std::clamp<std::uint64_t>(stripBytes / std::max<std::uint64_t>(1, rowBytes()), 1, height_)),
           strips_((height_ + rowsEach_ - 1) / rowsEach_) {}
+
+    std::int32_t rowsEach() const { return static_cast<std::int32_t>(rowsEach_); }
+    bool endsOdd() const { return pixelBytes() % 2 != 0; }
 
     std::vector<std::uint8_t> header() {
         bytes_ = {'I', 'I'};
@@ -115,26 +118,36 @@ void redFirst(const std::uint8_t* from, std::vector<std::uint8_t>& to) {
     }
 }
 
-}  // namespace
-
-void writeTiff(const std::filesystem::path& path, const cv::Mat& picture) {
-    NewFile file(path);
-    Layout layout(picture);
-    const std::vector<std::uint8_t> header = layout.header();
-    file.write(header.data(), header.size());
-    std::vector<std::uint8_t> row(static_cast<std::size_t>(picture.cols) * picture.elemSize());
-    for (std::int32_t r = 0; r < picture.rows; ++r) {
-        const std::uint8_t* samples = picture.ptr(r);
-        if (picture.channels() == 3) {
+void writeBand(NewFile& file, const cv::Mat& band) {
+    std::vector<std::uint8_t> row(static_cast<std::size_t>(band.cols) * band.elemSize());
+    for (std::int32_t r = 0; r < band.rows; ++r) {
+        const std::uint8_t* samples = band.ptr(r);
+        if (band.channels() == 3) {
             redFirst(samples, row);
             samples = row.data();
         }
         file.write(samples, row.size());
     }
-    if (picture.total() * picture.elemSize() % 2 != 0) file.write("", 1);  // tables begin at even places
+}
+
+}  // namespace
+
+void writeTiff(const std::filesystem::path& path, const PictureInBands& picture) {
+    NewFile file(path);
+    Layout layout(picture);
+    const std::vector<std::uint8_t> header = layout.header();
+    file.write(header.data(), header.size());
+    for (std::int32_t row = 0; row < picture.size.height; row += layout.rowsEach())
+        writeBand(file, picture.band(row, std::min(layout.rowsEach(), picture.size.height - row)));
+    if (layout.endsOdd()) file.write("", 1);  // tables begin at even places
     const std::vector<std::uint8_t> tables = layout.tables();
     file.write(tables.data(), tables.size());
     file.commit();
+}
+
+void writeTiff(const std::filesystem::path& path, const cv::Mat& picture) {
+    const auto band = [&](std::int32_t row, std::int32_t rows) { return picture.rowRange(row, row + rows); };
+    writeTiff(path, PictureInBands{picture.size(), picture.channels(), band});
 }
 
 }  // namespace brantel::programs

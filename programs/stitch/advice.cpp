@@ -22,8 +22,13 @@ std::string tryOneOf(const std::vector<std::string>& ways, const std::string& ot
     return text;
 }
 
+bool measuredPlacesGiven(const Options& options) {
+    return !options.positions.empty() || options.grid;
+}
+
 std::string adviceForLost(const Options& options) {
     std::vector<std::string> ways;
+    if (!options.session.search) ways.emplace_back("without --no-search");
     if (options.session.densityLevel < moreCorners)
         ways.push_back("--density " + std::to_string(moreCorners));
     if (!expectationGiven(options))
@@ -33,11 +38,26 @@ std::string adviceForLost(const Options& options) {
            tryOneOf(ways, "take the frames with more overlap");
 }
 
+/// With search.
+std::string adviceForLoner(const Options& options) {
+    std::vector<std::string> ways;
+    if (!expectationGiven(options))
+        ways.emplace_back("--positions or --grid if you know where the frames lie");
+    else if (measuredPlacesGiven(options) && !options.session.trustPositions)
+        ways.emplace_back("--trust-positions, which places it where it should lie");
+    return "it shows too little structure, or overlaps with no other frame by a tenth or more" +
+           tryOneOf(ways, "take the frames with more overlap");
+}
+
 std::string adviceForMemory(const Options& options) {
     std::vector<std::string> ways;
     if (options.source.reading.channels != Channels::grey) ways.emplace_back("--grey");
     ways.emplace_back("a smaller --limit, by which mosaics end earlier");
     return "memory did not suffice for the frame or for a larger canvas" + tryOneOf(ways, "");
+}
+
+std::string countOf(std::size_t count) {
+    return std::to_string(count) + (count == 1 ? " frame" : " frames");
 }
 
 std::string adviceForContradiction(const FrameReport& frame) {
@@ -53,6 +73,18 @@ std::string adviceForTest(const FrameReport& frame, const Options& options) {
                                   : "it differs too much from the frame before";
     if (options.session.staticFlag != 0) return cause + "; try without --static";
     return cause + (brightness ? "; even out the light, or try --mode motion" : "; try --mode brightness");
+}
+
+std::string pairOf(Shift shift) {
+    return std::to_string(shift.x) + "," + std::to_string(shift.y);
+}
+
+/// Frames that lie elsewhere than was said.
+std::string adviceForPlaces(const Tally& tally) {
+    const FrameReport& first = tally.firstContradicting();
+    return countOf(tally.contradicting()) + " placed elsewhere than was expected, first " + first.name +
+           ": by " + pairOf(*first.offset) + " instead of " + pairOf(*first.expected) +
+           " pixels beside frame " + std::to_string(first.joins) + "; the pictures were certain";
 }
 
 std::string adviceForAxis(const char* axis, bool flipped) {
@@ -75,6 +107,9 @@ std::string adviceFor(const FrameReport& frame, const Options& options) {
                    " x " + std::to_string(smallestFrameSide) + "; see whether it is blank or out of focus";
         case Reason::tooFewMatches:
             return adviceForLost(options);
+        case Reason::nothingJoins:
+        case Reason::noRoomToWait:
+            return adviceForLoner(options);
         case Reason::shiftTooLarge:
             return "it hardly overlaps with the frame placed before; take the frames with more overlap" +
                    std::string(options.onLost == OnLost::skip ? ", or try --on-lost restart" : "");
@@ -90,21 +125,20 @@ std::string adviceFor(const FrameReport& frame, const Options& options) {
     }
 }
 
-std::string countOf(std::size_t count) {
-    return std::to_string(count) + (count == 1 ? " frame" : " frames");
-}
-
 }  // namespace
 
 std::vector<std::string> hintsFor(const Tally& tally, const Options& options) {
     std::vector<std::string> hints;
-    for (const auto& [reason, example] : tally.examples()) {
-        const std::string advice = adviceFor(example, options);
-        if (tally.count(reason) > 0 && !advice.empty())
+    for (const auto& [reason, frames] : tally.examples()) {
+        if (frames.empty()) continue;
+        const FrameReport& first = frames.begin()->second;
+        const std::string advice = adviceFor(first, options);
+        if (!advice.empty())
             hints.push_back(countOf(tally.count(reason)) + " refused for " + nameOf(reason) + ", first " +
-                            example.name + ": " + advice);
+                            first.name + ": " + advice);
     }
-    const bool measured = !options.positions.empty() || options.grid;
+    const bool measured = measuredPlacesGiven(options);
+    if (tally.contradicting() > 0) hints.push_back(adviceForPlaces(tally));
     if (measured && tally.agreementX().mirrored()) hints.push_back(adviceForAxis("x", options.flipX));
     if (measured && tally.agreementY().mirrored()) hints.push_back(adviceForAxis("y", options.flipY));
     if (!options.positions.empty() && tally.stitched() > 0 && tally.expected() == 0)

@@ -13,33 +13,32 @@ std::int32_t rounded(double value) {
 
 }  // namespace
 
+std::optional<Shift> shiftBetween(const std::optional<cv::Point2d>& from,
+                                  const std::optional<cv::Point2d>& to) {
+    if (!from || !to) return std::nullopt;
+    return Shift(rounded(to->x - from->x), rounded(to->y - from->y));
+}
+
 void Expectation::flip(bool x, bool y) {
     signX_ = x ? -1 : 1;
     signY_ = y ? -1 : 1;
 }
 
 std::optional<cv::Point2d> Expectation::placeOf(const Frame& frame) const {
+    if (step_) {
+        const auto steps = static_cast<double>(frame.index);
+        return cv::Point2d(step_->x * steps, step_->y * steps);
+    }
+    if (!measured()) return std::nullopt;
     const auto place = grid_ ? grid_->placeOf(frame.index, frame.image.size()) : positions_->of(frame);
     if (!place) return std::nullopt;
     return cv::Point2d(place->x * signX_, place->y * signY_);
 }
 
-std::optional<Shift> Expectation::between(const Frame& earlier, const Frame& later) const {
-    if (step_) {
-        const auto steps = static_cast<double>(later.index) - static_cast<double>(earlier.index);
-        return Shift(rounded(step_->x * steps), rounded(step_->y * steps));
-    }
-    if (!measured()) return std::nullopt;
-    const auto from = placeOf(earlier);
-    const auto to = placeOf(later);
-    if (!from || !to) return std::nullopt;
-    return Shift(rounded(to->x - from->x), rounded(to->y - from->y));
-}
-
-std::vector<std::optional<Shift>> Expectation::attempts(const Frame& earlier, const Frame& later) const {
-    const std::optional<Shift> expected = between(earlier, later);
+std::vector<std::optional<Shift>> Expectation::attempts(const std::optional<Shift>& expected,
+                                                        cv::Size frame) const {
     const bool overlapping =
-        expected && std::abs(expected->x) < later.image.cols && std::abs(expected->y) < later.image.rows;
+        expected && std::abs(expected->x) < frame.width && std::abs(expected->y) < frame.height;
     if (!overlapping) return {std::nullopt};
     if (step_) return {expected, std::nullopt};
     return {std::nullopt, expected};

@@ -1,4 +1,4 @@
-// The library's own lines, apart from what the program prints.
+// The library's own lines, for those who want to look into its work.
 #pragma once
 
 #include <cstdio>
@@ -6,27 +6,22 @@
 
 namespace brantel::programs {
 
-/// From construction on, whatever the process writes to standard output goes to a log; the program writes to
-/// own(). One object per process; it is made before initJoint and outlives uinitJoint.
+/// A file that sessions write their lines to.
 class LibraryLog {
   public:
-    /// Logs to a file, or to nowhere when the name is empty: then no file is needed. Throws OutputError.
+    /// Without a name nobody wants the lines. Throws OutputError.
     explicit LibraryLog(const std::string& fileName);
     ~LibraryLog();
     LibraryLog(const LibraryLog&) = delete;
     LibraryLog& operator=(const LibraryLog&) = delete;
 
-    /// What standard output was before.
-    std::FILE* own() const { return own_; }
+    bool isWanted() const { return file_ != nullptr; }
 
-    /// The lines the library has written since the last call.
-    std::string newLines();
+    /// In the form in which a session calls it back; the log is the user. The line is in the file when this returns.
+    static void write(void* log, const char* line);
 
   private:
-    bool keep_;
-    std::FILE* own_ = nullptr;
-    std::FILE* log_ = nullptr;
-    long long read_ = 0;  // how far newLines() has got
+    std::FILE* file_ = nullptr;
 };
 
 }  // namespace brantel::programs

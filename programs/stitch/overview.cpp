@@ -67,11 +67,11 @@ void drawPath(cv::Mat& picture, const std::vector<cv::Point>& centres, const Mar
 
 }  // namespace
 
-cv::Mat overviewOf(const FinishedMosaic& mosaic) {
-    const cv::Size full = mosaic.picture.size();
+cv::Mat overviewOf(const cv::Mat& whole, const FinishedMosaic& mosaic) {
+    const cv::Size full = whole.size();
     const Scale scale{std::min(1.0, static_cast<double>(longestSide) / std::max(full.width, full.height))};
-    cv::Mat picture = reducedColour(
-        mosaic.picture, {std::max(1, scale.apply(full.width)), std::max(1, scale.apply(full.height))});
+    cv::Mat picture =
+        reducedColour(whole, {std::max(1, scale.apply(full.width)), std::max(1, scale.apply(full.height))});
     const std::int32_t frameSide = scale.apply(std::min(mosaic.frameSize.width, mosaic.frameSize.height));
     const Marks marks(frameSide, std::max(picture.cols, picture.rows));
 

@@ -6,6 +6,7 @@
 namespace brantel::programs {
 
 /// At most 2000 pixels along the longer side. Marks shrink with the frames. Outlines and path run from yellow (first frame) to red (last).
-cv::Mat overviewOf(const FinishedMosaic& mosaic);
+/// @param whole  the picture at full size
+cv::Mat overviewOf(const cv::Mat& whole, const FinishedMosaic& mosaic);
 
 }  // namespace brantel::programs

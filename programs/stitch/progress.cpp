@@ -22,6 +22,7 @@ void Progress::show(const Tally& tally, std::size_t total, std::size_t dropped, 
     if (total > 0) std::fprintf(stream_, " of %zu", total);
     std::fprintf(stream_, " frames, %zu placed, %zu skipped, %zu refused", tally.placed(), tally.skipped(),
                  tally.refused());
+    if (tally.waiting() > 0) std::fprintf(stream_, " (%zu waiting)", tally.waiting());
     if (dropped > 0) std::fprintf(stream_, ", %zu dropped", dropped);
     std::fprintf(stream_, ", %.1f frames/s, canvas %d x %d",
                  seconds > 0 ? static_cast<double>(tally.frames()) / seconds : 0.0, canvas.width,

@@ -1,39 +1,8 @@
 #include "stitch/reason.h"
 
-#include <cstdlib>
+#include <brantel/session.h>
 
 namespace brantel::programs {
-
-namespace {
-
-bool contains(const std::string& text, const char* part) {
-    return text.find(part) != std::string::npos;
-}
-
-Reason reasonForFailure(const std::string& lines) {
-    if (tellsOfMemory(lines)) return Reason::outOfMemory;
-    if (contains(lines, "stichingImagedJoint failed:") || contains(lines, "worker job failed:"))
-        return Reason::libraryFailure;
-    // "HarrissCornerSPoint size is 0" on the CPU, the same with digits inside on the GPU.
-    if (contains(lines, "HarrissCornerSPoint")) return Reason::tooFewCorners;
-    return Reason::tooFewMatches;
-}
-
-/// The shift was measured and the frame passed its test, yet it was not merged: the shift is out of bounds.
-Reason reasonForShift(const StitchFlags& record, const FrameGeometry& frame) {
-    const std::int32_t x = std::abs(record.offset.x);
-    const std::int32_t y = std::abs(record.offset.y);
-    const std::int32_t shift = x > y ? x : y;
-    const std::int32_t side = x > y ? frame.columns : frame.rows;
-    return 2 * shift < side ? Reason::shiftTooSmall : Reason::shiftTooLarge;
-}
-
-}  // namespace
-
-bool tellsOfMemory(const std::string& lines) {
-    // What the library puts behind "failed:" are texts of exceptions: of the standard library, of OpenCV.
-    return contains(lines, "failed: std::bad_alloc") || contains(lines, "Insufficient memory");
-}
 
 const char* nameOf(Reason reason) {
     switch (reason) {
@@ -57,6 +26,12 @@ const char* nameOf(Reason reason) {
             return "motion";
         case Reason::noPartner:
             return "no frame joined it";
+        case Reason::nothingJoins:
+            return "nothing joins it";
+        case Reason::noRoomToWait:
+            return "no room to wait";
+        case Reason::mosaicEnded:
+            return "its mosaic ended";
         case Reason::contradicted:
             return "no shift where one was expected";
         case Reason::outOfMemory:
@@ -73,15 +48,36 @@ bool isNormalSkip(Reason reason) {
 
 bool isLost(Reason reason) {
     return reason == Reason::tooFewCorners || reason == Reason::tooFewMatches ||
-           reason == Reason::shiftTooLarge || reason == Reason::contradicted ||
+           reason == Reason::shiftTooLarge || reason == Reason::nothingJoins ||
+           reason == Reason::noRoomToWait || reason == Reason::contradicted ||
            reason == Reason::outOfMemory || reason == Reason::libraryFailure;
 }
 
-Reason reasonFor(std::int32_t result, const StitchFlags& record, const std::string& lines,
-                 const FrameGeometry& frame, std::int32_t mainMode) {
-    if (result == -1) return reasonForFailure(lines);
-    if (record.stitch_flags != 1) return mainMode == 0 ? Reason::brightness : Reason::motion;
-    return reasonForShift(record, frame);
+Reason reasonOf(std::int32_t sessionReason) {
+    switch (sessionReason) {
+        case BRANTEL_NO_REASON:
+            return Reason::none;
+        case BRANTEL_SHIFT_TOO_SMALL:
+            return Reason::shiftTooSmall;
+        case BRANTEL_SHIFT_TOO_LARGE:
+            return Reason::shiftTooLarge;
+        case BRANTEL_TOO_FEW_CORNERS:
+            return Reason::tooFewCorners;
+        case BRANTEL_TOO_FEW_MATCHES:
+            return Reason::tooFewMatches;
+        case BRANTEL_BRIGHTNESS:
+            return Reason::brightness;
+        case BRANTEL_MOTION:
+            return Reason::motion;
+        case BRANTEL_NOTHING_JOINS:
+            return Reason::nothingJoins;
+        case BRANTEL_NO_ROOM_TO_WAIT:
+            return Reason::noRoomToWait;
+        case BRANTEL_MAP_ENDED:
+            return Reason::mosaicEnded;
+        default:
+            return Reason::libraryFailure;
+    }
 }
 
 }  // namespace brantel::programs

@@ -1,9 +1,7 @@
 // Why a frame was not placed.
 #pragma once
 
-#include <brantel/brantel.h>
-
-#include <string>
+#include <cstdint>
 
 namespace brantel::programs {
 
@@ -18,6 +16,9 @@ enum class Reason {
     brightness,
     motion,
     noPartner,
+    nothingJoins,
+    noRoomToWait,
+    mosaicEnded,
     contradicted,
     outOfMemory,
     libraryFailure
@@ -33,22 +34,7 @@ bool isNormalSkip(Reason reason);
 /// nothing.
 bool isLost(Reason reason);
 
-/// True when the library's lines say that it ran out of memory.
-bool tellsOfMemory(const std::string& lines);
-
-struct FrameGeometry {
-    std::int32_t rows;
-    std::int32_t columns;
-    std::int32_t channels;
-};
-
-/// The reason, worked out from what a call left behind.
-/// @param result    what stichingImagedJoint returned for a frame that was not merged
-/// @param record    the record it wrote
-/// @param lines     what the library wrote to standard output meanwhile: the record does not tell a frame
-///                  without corners from one whose corners found no partners, the lines do
-/// @param mainMode  as given to initJoint
-Reason reasonFor(std::int32_t result, const StitchFlags& record, const std::string& lines,
-                 const FrameGeometry& frame, std::int32_t mainMode);
+/// The reason that a session gives: BRANTEL_NO_REASON and so on.
+Reason reasonOf(std::int32_t sessionReason);
 
 }  // namespace brantel::programs

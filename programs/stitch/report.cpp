@@ -1,5 +1,7 @@
 #include "stitch/report.h"
 
+#include <brantel/session.h>
+
 #include <cmath>
 #include <cstdio>
 #include <ctime>
@@ -14,18 +16,6 @@ using Json = nlohmann::ordered_json;
 
 Json point(cv::Point at) {
     return {{"x", at.x}, {"y", at.y}};
-}
-
-/// JSON has no NaN, which the library gives for an overlap without samples.
-Json finite(float value) {
-    return std::isfinite(value) ? Json(value) : Json();
-}
-
-Json brightness(const StitchFlags& record) {
-    return {{"previous_mean", finite(record.prevMean)},
-            {"current_mean", finite(record.curMean)},
-            {"previous_bright_mean", finite(record.prevBrightMean)},
-            {"current_bright_mean", finite(record.curBrightMean)}};
 }
 
 /// "2024-11-21T17:16:00.123456789Z".
@@ -61,25 +51,37 @@ void addOrigin(const Origin& origin, Json& entry) {
     if (!origin.kept.empty()) entry["kept"] = origin.kept;
 }
 
-void addMeasures(const FrameReport& frame, bool brightnessMeasured, Json& entry) {
-    const StitchFlags& record = frame.answer.record;
-    // The library takes the first frame together with the second and answers for that one.
-    entry["result"] = frame.attempts > 0 && !frame.startsMosaic ? Json(frame.answer.result) : Json();
-    entry["offset"] = frame.measured ? point({record.offset.x, record.offset.y}) : Json();
-    entry["matches"] = frame.measured ? Json(record.matchCount) : Json();
-    entry["brightness"] = frame.measured && brightnessMeasured ? brightness(record) : Json();
+const char* stateOf(const FrameReport& frame) {
+    if (frame.placed) return "placed";
+    if (frame.waiting) return "waiting";
+    return isNormalSkip(frame.reason) ? "skipped" : "refused";
+}
+
+void addPlace(const FrameReport& frame, Json& entry) {
+    const bool known = frame.map > 0;
+    entry["mosaic"] = frame.placed ? Json(frame.map) : Json();
+    entry["map"] = known ? Json(frame.map) : Json();
+    entry["position"] = known ? point(frame.position) : Json();
+    entry["starts_mosaic"] = frame.startsMosaic;
+    entry["found_by"] = known ? Json(brantel_found_by_text(frame.foundBy)) : Json();
+    entry["confidence"] = known ? Json(std::round(frame.confidence * 1e6) / 1e6) : Json();
+}
+
+void addMeasures(const FrameReport& frame, Json& entry) {
+    entry["joins"] = frame.joins > 0 ? Json(frame.joins) : Json();
+    entry["offset"] = frame.offset ? point(*frame.offset) : Json();
+    entry["matches"] = frame.joins > 0 ? Json(frame.matches) : Json();
     entry["expected"] = frame.expected ? point(*frame.expected) : Json();
     entry["used_expected"] = frame.usedExpected;
+    entry["contradicts_expected"] = frame.contradicts;
     entry["attempts"] = frame.attempts;
     entry["milliseconds"] = std::round(frame.milliseconds * 1000) / 1000;
 }
 
 Json settingsEntry(const SessionSettings& settings) {
-    return {{"density", settings.densityLevel},
-            {"mode", settings.mainMode == 0 ? "brightness" : "motion"},
-            {"static", settings.staticFlag != 0},
-            {"limit", {settings.limitA, settings.limitB}},
-            {"scale", settings.scale}};
+    return {{"density", settings.densityLevel},   {"mode", settings.mainMode == 0 ? "brightness" : "motion"},
+            {"static", settings.staticFlag != 0}, {"limit", {settings.limitA, settings.limitB}},
+            {"search", settings.search},          {"trust_positions", settings.trustPositions}};
 }
 
 Json pictureEntry(const SavedMosaic& mosaic) {
@@ -112,17 +114,16 @@ std::string runLine(const RunSummary& summary) {
     return line({{"run", entry}});
 }
 
-std::string frameLine(const FrameReport& frame, const SessionSettings& settings) {
+std::string frameLine(const FrameReport& frame) {
     Json entry;
     entry["frame"] = frame.number;
     entry["file"] = frame.name;
+    entry["state"] = stateOf(frame);
     entry["placed"] = frame.placed;
     entry["reason"] = frame.placed ? Json() : Json(nameOf(frame.reason));
     if (!frame.detail.empty()) entry["detail"] = frame.detail;
-    entry["mosaic"] = frame.placed ? Json(frame.mosaic) : Json();
-    entry["position"] = frame.placed ? point(frame.position) : Json();
-    entry["starts_mosaic"] = frame.startsMosaic;
-    addMeasures(frame, settings.mainMode == 0, entry);
+    addPlace(frame, entry);
+    addMeasures(frame, entry);
     addOrigin(frame.origin, entry);
     return line(entry);
 }
@@ -146,6 +147,8 @@ std::string summaryLine(const Tally& tally, const RunSummary& summary) {
     entry["placed"] = tally.placed();
     entry["skipped"] = tally.skipped();
     entry["refused"] = tally.refused();
+    entry["waiting"] = tally.waiting();
+    entry["placed_later"] = tally.placedLater();
     entry["dropped"] = summary.dropped;
     entry["reasons"] = tally.refusals();
     entry["mosaics"] = Json::array();

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "stitch/frame_report.h"
+#include "stitch/session.h"
 #include "stitch/tally.h"
 
 namespace brantel::programs {
@@ -34,7 +35,7 @@ struct RunSummary {
 
 /// Every function gives one line with its end. Numbers that are none are null.
 std::string runLine(const RunSummary& summary);
-std::string frameLine(const FrameReport& frame, const SessionSettings& settings);
+std::string frameLine(const FrameReport& frame);
 std::string rangeLine(const Range& range);
 std::string droppedLine(std::size_t dropped);
 std::string pictureLine(const SavedMosaic& mosaic);

@@ -22,6 +22,29 @@ fs::path withSuffix(const fs::path& path, const std::string& suffix) {
     return path.parent_path() / name;
 }
 
+bool isTiff(const fs::path& file) {
+    return isOneOf(extensionOf(file), {".tif", ".tiff"});
+}
+
+cv::Mat wholeOf(const FinishedMosaic& mosaic) {
+    return mosaic.read(cv::Rect({0, 0}, mosaic.size));
+}
+
+/// Needs hardly any memory.
+void writeInBands(const fs::path& file, const FinishedMosaic& mosaic) {
+    const auto band = [&](std::int32_t row, std::int32_t rows) {
+        return mosaic.read({0, row, mosaic.size.width, rows});
+    };
+    writeTiff(file, PictureInBands{mosaic.size, mosaic.channels, band});
+}
+
+/// Pictures that are better not copied as a whole.
+bool isHuge(const FinishedMosaic& mosaic) {
+    constexpr std::int64_t many = std::int64_t{1}
+                                  << 31;  // bytes; beyond it a compressed TIFF needs wider numbers
+    return std::int64_t{mosaic.size.width} * mosaic.size.height * mosaic.channels >= many;
+}
+
 }  // namespace
 
 void Results::requireRoomFor(const std::optional<cv::Size>& extent) const {
@@ -47,10 +70,10 @@ fs::path Results::freeName(const fs::path& asked, std::int32_t number) {
 
 std::optional<SavedMosaic> Results::save(const FinishedMosaic& mosaic) {
     std::optional<SavedMosaic> saved;
+    ++count_;
     try {
-        const fs::path file =
-            writeSomehow(freeName(fs::u8path(options_.output), mosaic.number), mosaic.picture);
-        saved = SavedMosaic{file.u8string(), mosaic.number,      mosaic.picture.size(),
+        const fs::path file = writeSomehow(freeName(fs::u8path(options_.output), count_), mosaic);
+        saved = SavedMosaic{file.u8string(), mosaic.number,      mosaic.size,
                             mosaic.origin,   mosaic.path.size(), mosaic.firstFrame};
     } catch (const OutputError& error) {
         noteFailure(error.what());
@@ -59,18 +82,25 @@ std::optional<SavedMosaic> Results::save(const FinishedMosaic& mosaic) {
     return saved;
 }
 
-fs::path Results::writeSomehow(const fs::path& file, const cv::Mat& picture) {
-    if (const auto problem = sizeProblem(file, picture.size())) return writeAsTiff(file, picture, *problem);
+fs::path Results::writeSomehow(const fs::path& file, const FinishedMosaic& mosaic) {
+    if (const auto problem = sizeProblem(file, mosaic.size)) return writeAsTiff(file, mosaic, *problem);
     try {
-        writePicture(file, picture);
+        if (isTiff(file) && isHuge(mosaic))
+            writeInBands(file, mosaic);
+        else
+            writePicture(file, wholeOf(mosaic));
         return file;
-    } catch (const std::bad_alloc&) {
-        return writeAsTiff(file, picture, "there is not enough memory for making it into that format");
+    } catch (const std::exception& error) {
+        if (!isOutOfMemory(error)) throw;
     }
+    if (!isTiff(file))
+        return writeAsTiff(file, mosaic, "there is not enough memory for making it into that format");
+    writeInBands(file, mosaic);
+    return file;
 }
 
 /// Under a name that no file has.
-fs::path Results::writeAsTiff(const fs::path& file, const cv::Mat& picture, const std::string& why) {
+fs::path Results::writeAsTiff(const fs::path& file, const FinishedMosaic& mosaic, const std::string& why) {
     fs::path name = file;
     name.replace_extension(".tif");
     std::error_code error;
@@ -78,16 +108,16 @@ fs::path Results::writeAsTiff(const fs::path& file, const cv::Mat& picture, cons
         name = withSuffix(file, "_" + std::to_string(k));
         name.replace_extension(".tif");
     }
-    noteFailure("the mosaic of " + sizeText(picture.size()) + " pixels is saved as " + name.u8string() +
+    noteFailure("the mosaic of " + sizeText(mosaic.size) + " pixels is saved as " + name.u8string() +
                 " instead of " + file.filename().u8string() + ": " + why);
-    writeTiff(name, picture);
+    writeInBands(name, mosaic);
     return name;
 }
 
 void Results::saveOverview(const FinishedMosaic& mosaic) {
-    const fs::path file = freeName(fs::u8path(options_.overview), mosaic.number);
+    const fs::path file = freeName(fs::u8path(options_.overview), count_);
     try {
-        writePicture(file, overviewOf(mosaic));
+        writePicture(file, overviewOf(wholeOf(mosaic), mosaic));
     } catch (const std::exception& error) {
         noteFailure(isOutOfMemory(error) ? "cannot write " + file.u8string() + ": out of memory"
                                          : error.what());

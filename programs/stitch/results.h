@@ -33,14 +33,15 @@ class Results {
 
   private:
     std::filesystem::path freeName(const std::filesystem::path& asked, std::int32_t number);
-    std::filesystem::path writeSomehow(const std::filesystem::path& file, const cv::Mat& picture);
-    std::filesystem::path writeAsTiff(const std::filesystem::path& file, const cv::Mat& picture,
+    std::filesystem::path writeSomehow(const std::filesystem::path& file, const FinishedMosaic& mosaic);
+    std::filesystem::path writeAsTiff(const std::filesystem::path& file, const FinishedMosaic& mosaic,
                                       const std::string& why);
     void saveOverview(const FinishedMosaic& mosaic);
 
     const Options& options_;
     std::set<std::string> taken_;
     Messages& messages_;
+    std::int32_t count_ = 0;  // mosaics that were to be saved
     bool failed_ = false;
 };
 

@@ -15,6 +15,23 @@ std::int64_t newCanvasSide(std::int32_t frameSide) {
     return frameSide <= 6000 ? 6000 : std::int64_t{frameSide} + 2000;
 }
 
+brantel_settings settingsOf(const SessionSettings& wanted, const FrameGeometry& frame, bool testFrames) {
+    brantel_settings settings{};
+    settings.size = sizeof settings;
+    brantel_default_settings(&settings);
+    settings.columns = frame.columns;
+    settings.rows = frame.rows;
+    settings.channels = frame.channels;
+    settings.density_level = wanted.densityLevel;
+    // Whatever its pictures, every frame passes the motion test with its wide limit.
+    const bool motion = wanted.mainMode != 0 || !testFrames;
+    settings.acceptance = motion ? BRANTEL_ACCEPT_BY_MOTION : BRANTEL_ACCEPT_BY_BRIGHTNESS;
+    settings.strict = testFrames ? wanted.staticFlag : 0;
+    settings.correlation = wanted.search ? 1 : 0;
+    settings.trust_positions = wanted.trustPositions ? 1 : 0;
+    return settings;
+}
+
 }  // namespace
 
 void requireUsefulLimit(const SessionSettings& settings, cv::Size frame) {
@@ -27,63 +44,55 @@ void requireUsefulLimit(const SessionSettings& settings, cv::Size frame) {
                      " x " + std::to_string(rows) + ") and less than 2147483648");
 }
 
-Shift asLibraryArgument(Shift shift) {
-    return {shift.x, shift.x < 0 ? -shift.y : shift.y};
+Session::Session(const SessionSettings& settings, const FrameGeometry& frame, bool testFrames,
+                 LibraryLog& log)
+    : frame_(frame) {
+    brantel_settings full = settingsOf(settings, frame, testFrames);
+    if (log.isWanted()) {
+        full.on_line = LibraryLog::write;
+        full.user = &log;
+    }
+    require(brantel_session_open(&full, &session_));
 }
 
-Session::Session(const SessionSettings& settings, const FrameGeometry& frame, LibraryLog& log)
-    : settings_(settings), frame_(frame), log_(log) {
-    if (initJoint(frame.rows, frame.columns, frame.channels, settings.densityLevel, settings.limitA,
-                  settings.limitB, settings.mainMode, settings.staticFlag))
-        return;
-    uinitJoint();
-    const std::string lines = log_.newLines();
-    if (tellsOfMemory(lines)) throw std::bad_alloc();
-    throw std::runtime_error("the library cannot start (memory or threads are short); it says:\n" + lines);
+void Session::require(brantel_status status) const {
+    if (status == BRANTEL_OK) return;
+    if (status == BRANTEL_NO_MEMORY) throw std::bad_alloc();
+    throw std::runtime_error(std::string("the library says: ") + brantel_status_text(status));
 }
 
-Session::~Session() {
-    canvas_.release();
-    uinitJoint();
+brantel_status Session::add(const cv::Mat& image, const brantel_input& input, brantel_answer& answer) {
+    brantel_input full = input;
+    full.size = sizeof full;
+    full.stride = static_cast<std::int64_t>(image.step[0]);
+    answer = {};
+    answer.size = sizeof answer;
+    return brantel_session_add(session_, image.data, &full, &answer);
 }
 
-std::int32_t Session::call(cv::Mat* first, const cv::Mat& current, const std::optional<Shift>& expected) {
-    log_.newLines();  // what is older belongs to other frames
-    const Shift shift = asLibraryArgument(expected.value_or(Shift()));
-    const bool begins = first != nullptr;
-    return stichingImagedJoint(begins ? first->data : nullptr, current.data, begins ? 0 : 1, settings_.scale,
-                               shift.x, shift.y, expected.has_value(), &minimum_, &maximum_, &canvas_,
-                               &record_);
+void Session::endMap() {
+    require(brantel_session_begin_map(session_));
 }
 
-FrameAnswer Session::begin(cv::Mat& first, const cv::Mat& current, const std::optional<Shift>& expected) {
-    const std::int32_t result = call(&first, current, expected);
-    // With the second frame in it, the occupied part is larger than one frame.
-    const bool merged = result != -1 && occupied().size() != cv::Size(frame_.columns, frame_.rows);
-    return answer(result, merged);
+brantel_frame Session::frame(std::int64_t index) const {
+    brantel_frame frame{};
+    frame.size = sizeof frame;
+    require(brantel_session_frame(session_, index, &frame));
+    return frame;
 }
 
-FrameAnswer Session::add(const cv::Mat& current, const std::optional<Shift>& expected) {
-    const StitchFlags before = record_;
-    const std::int32_t result = call(nullptr, current, expected);
-    // A merged frame always changes its position: it moves by 10 to 90 % of a side, and growth at the top or
-    // the left adds a whole side to that. The bounds would not do: they stay inside the mosaic.
-    const bool merged = result != -1 && (record_.frameX != before.frameX || record_.frameY != before.frameY);
-    return answer(result, merged);
+brantel_map Session::map(std::int32_t number) const {
+    brantel_map map{};
+    map.size = sizeof map;
+    require(brantel_session_map(session_, number, &map));
+    return map;
 }
 
-FrameAnswer Session::answer(std::int32_t result, bool merged) {
-    FrameAnswer answer{result, merged, Reason::none, record_};
-    if (!merged) answer.reason = reasonFor(result, record_, log_.newLines(), frame_, settings_.mainMode);
-    return answer;
-}
-
-cv::Rect Session::occupied() const {
-    return {cv::Point(minimum_.x, minimum_.y), cv::Point(maximum_.x, maximum_.y)};
-}
-
-cv::Point Session::lastFramePosition() const {
-    return cv::Point(record_.frameX, record_.frameY) - occupied().tl();
+cv::Mat Session::read(std::int32_t number, const cv::Rect& part) const {
+    cv::Mat picture(part.size(), CV_8UC(frame_.channels));
+    require(brantel_session_read(session_, number, part.x, part.y, part.width, part.height, 1, picture.data,
+                                 static_cast<std::int64_t>(picture.step[0])));
+    return picture;
 }
 
 }  // namespace brantel::programs

@@ -1,79 +1,67 @@
-// The library as an object: initJoint, one call per frame, uinitJoint.
+// The library's session as an object.
 #pragma once
 
-#include <brantel/brantel.h>
+#include <brantel/session.h>
 
+#include <cstdint>
 #include <opencv2/core.hpp>
-#include <optional>
 #include <string>
 
-#include "stitch/expectation.h"
 #include "stitch/library_log.h"
-#include "stitch/reason.h"
 
 namespace brantel::programs {
 
-/// initJoint's and stichingImagedJoint's settings that stay the same for all frames.
+/// What stays the same for all frames of a run.
 struct SessionSettings {
     std::int32_t densityLevel = 8;
     std::int32_t limitA = 20000;
     std::int32_t limitB = 20000;
-    std::int32_t mainMode = 0;
-    std::int32_t staticFlag = 0;
-    std::int32_t scale = 1;
+    std::int32_t mainMode = 0;    ///< which test a frame must pass: 0 brightness, 1 motion
+    std::int32_t staticFlag = 0;  ///< by the narrow limits
+    bool search = true;           ///< frames are looked for around all earlier ones, and may wait
+    bool trustPositions = false;  ///< a frame whose picture says nothing is placed by its position
 };
 
-/// A shift in the form in which stichingImagedJoint expects it (the sign of y turns round with x < 0).
-Shift asLibraryArgument(Shift shift);
+struct FrameGeometry {
+    std::int32_t rows;
+    std::int32_t columns;
+    std::int32_t channels;
+};
 
 /// Throws InputError when the area limit says nothing about mosaics of such frames.
 void requireUsefulLimit(const SessionSettings& settings, cv::Size frame);
 
-/// What one call said about its frame.
-struct FrameAnswer {
-    std::int32_t result = -1;
-    bool merged = false;
-    Reason reason = Reason::none;  ///< why it was not merged
-    StitchFlags record{};
-};
-
-/// The one mosaic of the process, for frames of one size.
 class Session {
   public:
-    /// The limit must be a useful one. Throws std::runtime_error when the library refuses, std::bad_alloc when it
-    /// finds no memory. The log must have been made before.
-    Session(const SessionSettings& settings, const FrameGeometry& frame, LibraryLog& log);
-    ~Session();
+    /// @param testFrames  false: every frame passes its test, since that was passed before
+    /// Throws std::bad_alloc, and std::runtime_error when the library refuses. The log outlives the session.
+    Session(const SessionSettings& settings, const FrameGeometry& frame, bool testFrames, LibraryLog& log);
+    ~Session() { brantel_session_close(session_); }
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
 
-    /// Begins a new mosaic with two frames. While nothing is merged, the mosaic has not begun: call again.
-    /// Zero samples of the first frame become 1.
-    FrameAnswer begin(cv::Mat& first, const cv::Mat& current, const std::optional<Shift>& expected);
+    /// Anything but BRANTEL_OK: the frame was not added, and error() says why.
+    brantel_status add(const cv::Mat& image, const brantel_input& input, brantel_answer& answer);
+    std::string error() const { return brantel_session_error(session_); }
 
-    /// Goes on with a mosaic that has begun.
-    FrameAnswer add(const cv::Mat& current, const std::optional<Shift>& expected);
+    /// Frames that wait are refused.
+    void endMap();
 
-    /// The occupied part of the canvas. Shares its pixels: the next call may write into it.
-    cv::Mat picture() const { return canvas_(occupied()); }
+    std::int64_t frameCount() const { return brantel_session_frame_count(session_); }
+    brantel_frame frame(std::int64_t index) const;
+    std::int32_t mapCount() const { return brantel_session_map_count(session_); }
+    brantel_map map(std::int32_t number) const;
 
-    /// Where the last merged frame's top-left pixel lies in picture().
-    cv::Point lastFramePosition() const;
+    /// A part of a map, in its coordinates. Throws std::bad_alloc or the picture library's like.
+    cv::Mat read(std::int32_t number, const cv::Rect& part) const;
 
-    cv::Size canvasSize() const { return canvas_.size(); }
+    const FrameGeometry& geometry() const { return frame_; }
 
   private:
-    cv::Rect occupied() const;
-    std::int32_t call(cv::Mat* first, const cv::Mat& current, const std::optional<Shift>& expected);
-    FrameAnswer answer(std::int32_t result, bool merged);
+    void require(brantel_status status) const;
 
-    SessionSettings settings_;
     FrameGeometry frame_;
-    LibraryLog& log_;
-    cv::Mat canvas_;
-    MosaicCorner minimum_{};
-    MosaicCorner maximum_{};
-    StitchFlags record_{};
+    brantel_session* session_ = nullptr;
 };
 
 }  // namespace brantel::programs

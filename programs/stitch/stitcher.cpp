@@ -1,191 +1,195 @@
 #include "stitch/stitcher.h"
 
-#include <chrono>
-
 #include "pictures/picture_bytes.h"
 
 namespace brantel::programs {
 
-namespace {
-
-using Clock = std::chrono::steady_clock;
-
-double millisecondsSince(Clock::time_point start) {
-    return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
-}
-
-}  // namespace
-
 void Stitcher::take(Frame frame) {
-    FrameReport report;
-    report.number = ++taken_;
-    report.name = frame.name;
-    report.origin = frame.origin;
-    report.detail = frame.problem;
-    report.beyond = frame.beyond;
-    Candidate current{std::move(frame), std::move(report)};
-    if (current.frame.image.empty()) {
-        current.report.reason = current.frame.outOfMemory ? Reason::outOfMemory : Reason::unreadable;
+    Candidate current;
+    current.report.number = ++taken_;
+    current.report.name = frame.name;
+    current.report.origin = frame.origin;
+    current.report.detail = frame.problem;
+    current.report.beyond = frame.beyond;
+    current.frame = std::move(frame);
+    if (!isUsable(current)) {
         tell(current.report);
-    } else if (!fits(current.frame.image)) {
-        current.report.reason = Reason::wrongSize;
-        current.report.detail = "it has " + sizeText(current.frame.image.size()) +
-                                " pixels, the first frame has " +
-                                sizeText({geometry_.columns, geometry_.rows});
-        tell(current.report);
-    } else if (track_.empty()) {
-        beginWith(std::move(current));
-    } else {
-        running() ? addTo(current) : tryToBegin(current);
+        return;
     }
+    current.place = expectation_.placeOf(current.frame);
+    if (track_)
+        addTo(current);
+    else if (reference_)
+        tryToBegin(current);
+    else
+        beginWith(std::move(current));
 }
 
 /// The first frame that can be read decides on the size.
-bool Stitcher::fits(const cv::Mat& image) {
-    if (!session_) {
-        const FrameGeometry geometry{image.rows, image.cols, image.channels()};
-        session_ = std::make_unique<Session>(settings_, geometry, log_);
-        geometry_ = geometry;
+bool Stitcher::isUsable(Candidate& current) {
+    const cv::Mat& image = current.frame.image;
+    FrameReport& report = current.report;
+    if (image.empty()) {
+        report.reason = current.frame.outOfMemory ? Reason::outOfMemory : Reason::unreadable;
+        return false;
     }
-    return image.rows == geometry_.rows && image.cols == geometry_.columns &&
-           image.channels() == geometry_.channels;
+    if (!geometry_) geometry_ = FrameGeometry{image.rows, image.cols, image.channels()};
+    if (image.rows == geometry_->rows && image.cols == geometry_->columns &&
+        image.channels() == geometry_->channels)
+        return true;
+    report.reason = Reason::wrongSize;
+    report.detail = "it has " + sizeText(image.size()) + " pixels, the first frame has " +
+                    sizeText({geometry_->columns, geometry_->rows});
+    return false;
+}
+
+std::unique_ptr<Track> Stitcher::newTrack() {
+    const bool testFrames = settings_.search || settings_.mainMode != 0 || !testPassed_;
+    return std::make_unique<Track>(std::make_unique<Session>(settings_, *geometry_, testFrames, log_),
+                                   mosaics_, tell_);
 }
 
 void Stitcher::tell(FrameReport& report) {
     tell_(report);
-    if (!report.placed) report.before = report.reason;
+    report.before = saidBy(report);
 }
 
 /// Takes its place as the first frame of the next mosaic.
 void Stitcher::beginWith(Candidate candidate) {
-    track_ = {{}};
-    firstFrame_ = candidate.report.number;
-    reference_ = std::move(candidate);
-    refused_ = {};
-    if (reference_.report.placed) return;  // in the mosaic before
-    reference_.report.reason = Reason::noPartner;
-    tell(reference_.report);
-}
-
-/// The library begins with a pair. The first frame may be the bad one, so the last frame that did not fit it
-/// is tried as well.
-void Stitcher::tryToBegin(Candidate& current) {
-    bool begun = tryPair(reference_.frame, current, &reference_.frame.image);
-    const bool slow = current.report.reason == Reason::shiftTooSmall;
-    if (!begun && !slow && !refused_.frame.image.empty()) {
-        Candidate second = current;
-        begun = tryPair(refused_.frame, second, &refused_.frame.image);
-        if (begun) {
-            track_ = {{}};
-            firstFrame_ = refused_.report.number;
-            reference_ = std::move(refused_);
-            refused_ = {};
-            current = std::move(second);
+    const bool told = candidate.report.placed;  // in the mosaic before
+    refused_.reset();
+    if (!settings_.search) {
+        if (!told) {
+            candidate.report.reason = Reason::noPartner;
+            candidate.report.waiting = true;
+            tell(candidate.report);
         }
+        reference_ = std::move(candidate);
+        return;
     }
-    if (begun) {
-        startMosaic();
-        place(current);
-    } else if (isLost(current.report.reason)) {
-        lose(current);
-    } else {
-        tell(current.report);
-        if (!slow) refused_ = std::move(current);
+    track_ = newTrack();
+    if (track_->add(candidate, PlaceUse::asGiven)) {
+        if (!told) track_->keep(candidate.report);
+        track_->tellChanges();
+        return;
     }
-}
-
-/// The frame may also be the last one of the mosaic before; then its report stays as it is.
-void Stitcher::startMosaic() {
-    FrameReport& first = reference_.report;
-    if (first.placed) return;
-    first.placed = first.startsMosaic = true;
-    first.reason = Reason::none;
-    first.mosaic = mosaics_ + 1;
-    tell(first);
+    track_.reset();
+    if (!told) tell(candidate.report);
 }
 
 void Stitcher::addTo(Candidate& current) {
-    if (tryPair(reference_.frame, current, nullptr))
-        place(current);
-    else if (isLost(current.report.reason))
-        lose(current);
-    else
-        tell(current.report);
+    const bool added = tryFrame(*track_, current);
+    const Reason reason = current.report.reason;
+    const bool failed = reason == Reason::brightness || reason == Reason::motion;
+    const bool unfit = failed && !track_->hasMosaic();
+    const bool begun = unfit && tryRefused(current);
+    settle(current, added);
+    if (!unfit || begun) return;
+    current.report.before = saidBy(current.report);
+    refused_ = std::move(current);
 }
 
-/// Calls the library with each expectation in turn until one registers. A call that does not leaves
-/// everything as it was, so trying again is safe.
-bool Stitcher::tryPair(const Frame& earlier, Candidate& later, cv::Mat* first) {
-    FrameReport& report = later.report;
-    report.expected = expectation_.between(earlier, later.frame);
-    const auto start = Clock::now();
-    for (const std::optional<Shift>& expected : expectation_.attempts(earlier, later.frame)) {
-        report.answer = first != nullptr ? session_->begin(*first, later.frame.image, expected)
-                                         : session_->add(later.frame.image, expected);
-        ++report.attempts;
-        report.usedExpected = expected.has_value();
-        if (contradicts(report)) report.answer.reason = Reason::contradicted;
-        const bool registered = report.answer.result != -1 && report.answer.reason != Reason::contradicted;
-        // Of two failures the whole frames' one tells more: a narrow strip seldom has corners enough.
-        if (registered || !expected || report.attempts == 1) report.reason = report.answer.reason;
-        if (registered) break;
+void Stitcher::tryToBegin(Candidate& current) {
+    bool begun = tryPair(*reference_, current);
+    const bool slow = current.report.reason == Reason::shiftTooSmall;
+    begun = begun || (!slow && tryRefused(current));
+    if (begun) {
+        reference_.reset();
+        settle(current, true);
+        return;
     }
-    report.milliseconds += millisecondsSince(start);
-    report.measured = report.answer.result != -1;
-    return report.answer.merged;
-}
-
-/// True when the pictures say that nothing has moved although it should have moved far: they have something in
-/// common that does not move with the object, such as a scale bar.
-bool Stitcher::contradicts(const FrameReport& report) const {
-    if (report.answer.reason != Reason::shiftTooSmall || !report.expected) return false;
-    const std::int32_t x = std::abs(report.expected->x);
-    const std::int32_t y = std::abs(report.expected->y);
-    constexpr std::int32_t fifth = 5;  // of a side; twice what is too small
-    return fifth * x > geometry_.columns || fifth * y > geometry_.rows;
-}
-
-void Stitcher::place(Candidate& current) {
-    FrameReport& report = current.report;
-    const StitchFlags& record = report.answer.record;
-    track_.push_back(track_.back() + cv::Point(record.offset.x, record.offset.y));
-    report.placed = true;
-    report.reason = Reason::none;
-    report.mosaic = mosaics_ + 1;
-    report.position = track_.back();
-    tell(report);
-    const bool limitMet = report.answer.result == 1;
-    if (limitMet) endMosaic();
-    // The next mosaic starts with this frame too, so that the two can be joined.
-    if (limitMet)
-        beginWith(std::move(current));
-    else
-        reference_ = std::move(current);
-}
-
-void Stitcher::lose(Candidate& current) {
-    if (onLost_ == OnLost::restart) {
-        endMosaic();
+    const bool lost = isLost(current.report.reason);
+    if (lost && onLost_ == OnLost::restart) {
         beginWith(std::move(current));
         return;
     }
     tell(current.report);
-    stopped_ = onLost_ == OnLost::stop;
-    if (!running()) refused_ = std::move(current);
+    stopped_ = lost && onLost_ == OnLost::stop;
+    if (!slow) refused_ = std::move(current);
 }
 
-void Stitcher::endMosaic() {
-    if (running()) {
-        FinishedMosaic finished;
-        finished.number = ++mosaics_;
-        finished.picture = session_->picture();
-        finished.origin = track_.back() - session_->lastFramePosition();
-        finished.frameSize = {geometry_.columns, geometry_.rows};
-        finished.firstFrame = firstFrame_;
-        for (const cv::Point& at : track_) finished.path.push_back(at - finished.origin);
-        save_(finished);
+/// The first frame may be the bad one, so the last frame that did not fit it is tried as well.
+bool Stitcher::tryRefused(Candidate& current) {
+    if (!refused_) return false;
+    Candidate again = current;
+    if (!tryPair(*refused_, again)) return false;
+    current = std::move(again);
+    return true;
+}
+
+/// Every pair begins afresh: the motion test compares with the last frame seen, which may have been a bad one.
+bool Stitcher::tryPair(const Candidate& first, Candidate& second) {
+    auto track = newTrack();
+    Candidate opening = first;
+    if (!track->add(opening, PlaceUse::none)) {
+        second.report.reason = opening.report.reason;
+        second.report.detail = opening.report.detail;
+        return false;
     }
-    track_.clear();
+    if (!first.report.placed) track->keep(opening.report);
+    if (!tryFrame(*track, second) || !second.report.placed) return false;
+    if (track_) endMosaics();  // there is none, but frames that wait
+    track_ = std::move(track);
+    refused_.reset();
+    return true;
+}
+
+/// False when the library failed.
+bool Stitcher::tryFrame(Track& track, Candidate& current) {
+    current.report.expected = shiftBetween(track.lastPlace(), current.place);
+    return settings_.search ? track.add(current, PlaceUse::asGiven) : follow(track, current);
+}
+
+/// Tries one expectation after the other until one registers. What does not changes nothing, so trying again is safe.
+bool Stitcher::follow(Track& track, Candidate& current) {
+    FrameReport& report = current.report;
+    bool added = false;
+    bool first = true;
+    for (const auto& expected : expectation_.attempts(report.expected, current.frame.image.size())) {
+        const Reason before = report.reason;
+        added = track.add(current, expected ? PlaceUse::asGiven : PlaceUse::none);
+        report.usedExpected = expected.has_value();
+        const bool registered =
+            added && report.reason != Reason::tooFewCorners && report.reason != Reason::tooFewMatches;
+        const bool tested = registered && report.reason != Reason::brightness;
+        testPassed_ = testPassed_ || tested;
+        if (registered && report.reason != Reason::contradicted) break;
+        // Of two failures the whole frames' one tells more: a narrow overlap seldom has corners enough.
+        if (expected && !first) report.reason = before;
+        first = false;
+    }
+    return added;
+}
+
+/// A frame that was lost is left to the next mosaic or told; one that has filled its mosaic begins the next one, so that
+/// the two can be joined.
+void Stitcher::settle(Candidate& current, bool added) {
+    const bool lost = isLost(current.report.reason);
+    if (lost && onLost_ == OnLost::restart) {
+        endMosaics();
+        beginWith(std::move(current));
+        return;
+    }
+    if (added) track_->keep(current.report);
+    track_->tellChanges();
+    if (!added) tell(current.report);
+    stopped_ = lost && onLost_ == OnLost::stop;
+    const std::int64_t limit = std::int64_t{settings_.limitA} * settings_.limitB;
+    if (!current.report.placed || !track_->hasReached(limit)) return;
+    endMosaics();
+    beginWith(std::move(current));
+}
+
+void Stitcher::saveMosaics() {
+    if (!track_) return;
+    for (const FinishedMosaic& mosaic : track_->mosaics()) save_(mosaic);
+}
+
+void Stitcher::endMosaics() {
+    track_->endWaiting();
+    track_->tellChanges();
+    saveMosaics();
+    track_.reset();
 }
 
 }  // namespace brantel::programs

@@ -1,27 +1,29 @@
-// Stitches a stream of frames into one mosaic or, where the track is lost or the area limit met, several.
+// Stitches a stream of frames into one mosaic or several.
 #pragma once
 
 #include <functional>
 #include <memory>
-#include <vector>
+#include <optional>
 
 #include "stitch/expectation.h"
 #include "stitch/frame_report.h"
 #include "stitch/session.h"
+#include "stitch/track.h"
 
 namespace brantel::programs {
 
 /// What to do when a frame cannot be registered.
 enum class OnLost {
-    skip,     ///< leave it out; later frames are measured against the last one placed
+    skip,     ///< leave it out, or let it wait; later frames may be placed again
     restart,  ///< the mosaic ends; the frame starts the next one
     stop      ///< no further frames
 };
 
+/// With search a session keeps the track by itself: it decides on what waits, and on how many maps there are. Without, a
+/// frame is compared with the last one placed, and a mosaic begins with the first pair that fits.
 class Stitcher {
   public:
-    /// Called with every frame when it is decided on. A frame that waits for a second one to begin a mosaic
-    /// with is told as not placed, and once more when it is.
+    /// Called with every frame when it is decided on, and once more when that changes.
     using Tell = std::function<void(const FrameReport&)>;
     using Save = std::function<void(const FinishedMosaic&)>;
 
@@ -36,32 +38,28 @@ class Stitcher {
 
     void take(Frame frame);
 
-    /// Ends the last mosaic.
-    void finish() { endMosaic(); }
+    /// Saves the mosaics that there are.
+    void finish() { saveMosaics(); }
 
     /// True when OnLost::stop has met a lost frame.
     bool stopped() const { return stopped_; }
 
-    cv::Size canvasSize() const { return session_ && running() ? session_->canvasSize() : cv::Size(); }
+    cv::Size canvasSize() const { return track_ ? track_->canvasSize() : cv::Size(); }
 
   private:
-    struct Candidate {
-        Frame frame;
-        FrameReport report;
-    };
-
-    bool running() const { return track_.size() > 1; }
-    bool fits(const cv::Mat& image);
+    std::unique_ptr<Track> newTrack();
+    bool isUsable(Candidate& current);
     void tell(FrameReport& report);
     void beginWith(Candidate candidate);
-    void tryToBegin(Candidate& current);
-    void startMosaic();
     void addTo(Candidate& current);
-    bool tryPair(const Frame& earlier, Candidate& later, cv::Mat* first);
-    bool contradicts(const FrameReport& report) const;
-    void place(Candidate& current);
-    void lose(Candidate& current);
-    void endMosaic();
+    void tryToBegin(Candidate& current);
+    bool tryRefused(Candidate& current);
+    bool tryPair(const Candidate& first, Candidate& second);
+    bool tryFrame(Track& track, Candidate& current);
+    bool follow(Track& track, Candidate& current);
+    void settle(Candidate& current, bool added);
+    void saveMosaics();
+    void endMosaics();
 
     SessionSettings settings_;
     OnLost onLost_;
@@ -70,17 +68,17 @@ class Stitcher {
     Tell tell_;
     Save save_;
 
-    std::unique_ptr<Session> session_;
-    FrameGeometry geometry_{};
-    std::vector<cv::Point>
-        track_;  // the frames of the mosaic at hand against its first one; one entry: it waits
-                 // for a second frame
-    std::size_t firstFrame_ = 0;
-    Candidate reference_;  // the last of them
-    Candidate refused_;    // while waiting: the last frame that did not fit, a second candidate
+    std::optional<FrameGeometry> geometry_;  // of the first frame that could be read
+    std::unique_ptr<Track> track_;
     std::size_t taken_ = 0;
     std::int32_t mosaics_ = 0;
     bool stopped_ = false;
+
+    std::optional<Candidate> refused_;  // until a mosaic has begun: the last frame that did not fit the first
+
+    // Without search.
+    std::optional<Candidate> reference_;  // it waits for a second frame to begin a mosaic with
+    bool testPassed_ = false;  // the brightness test counts for all mosaics of a run once it is passed
 };
 
 }  // namespace brantel::programs

@@ -19,6 +19,12 @@ std::string oneDecimal(double value) {
     return text;
 }
 
+std::string placedText(const Tally& tally) {
+    const std::size_t later = tally.placedLater();
+    const std::string placed = std::to_string(tally.placed());
+    return later == 0 ? placed : placed + "  (" + std::to_string(later) + " waited for others to join them)";
+}
+
 std::string refusedText(const Tally& tally) {
     const std::string reasons = tally.refusalsText();
     return std::to_string(tally.refused()) + (reasons.empty() ? "" : "  (" + reasons + ")");
@@ -29,7 +35,7 @@ std::string refusedText(const Tally& tally) {
 std::string table(const Tally& tally, const RunSummary& summary) {
     const OffsetErrors& errors = tally.offsetErrors();
     std::string text = row("frames", std::to_string(tally.frames()));
-    text += row("placed", std::to_string(tally.placed()));
+    text += row("placed", placedText(tally));
     if (tally.skipped() > 0)
         text += row("skipped", std::to_string(tally.skipped()) +
                                    "  (shift below 10 %: the next frame is measured "

@@ -19,43 +19,62 @@ void compare(std::int32_t found, std::int32_t expected, AxisAgreement& agreement
 }  // namespace
 
 void Tally::add(const FrameReport& report) {
-    if (report.before) {
-        --reasons_[*report.before];
-        if (isNormalSkip(*report.before)) --skipped_;
-    } else {
-        ++frames_;
-        if (report.beyond) {
-            ++tooBright_;
-            brightest_ = std::max(brightest_, *report.beyond);
-        }
-    }
+    const bool skipped = !report.placed && isNormalSkip(report.reason);
+    if (report.before)
+        remove(report, *report.before);
+    else
+        addFirst(report);
     if (report.placed) {
         ++placed_;
     } else {
         ++reasons_[report.reason];
-        if (isNormalSkip(report.reason)) ++skipped_;
     }
-    if (!range_) range_ = report.origin.range;
-    if (report.attempts > 0 && !report.startsMosaic) {
-        ++stitched_;
-        milliseconds_ += report.milliseconds;
-        if (report.expected) ++expected_;
-    }
-    if (report.placed && report.measured && report.expected && !report.startsMosaic) addOffsets(report);
-    if (!report.placed && !isNormalSkip(report.reason)) examples_.emplace(report.reason, report);
+    if (skipped) ++skipped_;
+    if (report.waiting) ++waiting_;
+    if (!report.placed && !skipped) examples_[report.reason].emplace(report.number, report);
+    if (report.placed && !(report.before && report.before->placed)) addOffsets(report);
     last_ = report;
 }
 
+/// What was said of the frame before counts no more.
+void Tally::remove(const FrameReport& report, const Told& told) {
+    if (told.placed) {
+        --placed_;
+    } else {
+        --reasons_[told.reason];
+        if (isNormalSkip(told.reason)) --skipped_;
+        examples_[told.reason].erase(report.number);
+    }
+    if (!told.waiting) return;
+    --waiting_;
+    if (report.placed && told.reason == Reason::nothingJoins) ++placedLater_;
+}
+
+/// What does not change when the frame is told once more.
+void Tally::addFirst(const FrameReport& report) {
+    ++frames_;
+    if (report.beyond) {
+        ++tooBright_;
+        brightest_ = std::max(brightest_, *report.beyond);
+    }
+    if (!range_) range_ = report.origin.range;
+    if (report.attempts == 0) return;
+    ++stitched_;
+    milliseconds_ += report.milliseconds;
+    if (report.expected) ++expected_;
+}
+
 void Tally::addOffsets(const FrameReport& report) {
-    const auto& found = report.answer.record.offset;
-    const std::int32_t x = std::abs(found.x - report.expected->x);
-    const std::int32_t y = std::abs(found.y - report.expected->y);
+    if (!report.offset || !report.expected) return;
+    if (report.contradicts && contradicting_++ == 0) firstContradicting_ = report;
+    const std::int32_t x = std::abs(report.offset->x - report.expected->x);
+    const std::int32_t y = std::abs(report.offset->y - report.expected->y);
     ++errors_.compared;
     if (x == 0 && y == 0) ++errors_.exact;
     errors_.largest = std::max({errors_.largest, x, y});
     if (report.usedExpected) return;
-    compare(found.x, report.expected->x, x_);
-    compare(found.y, report.expected->y, y_);
+    compare(report.offset->x, report.expected->x, x_);
+    compare(report.offset->y, report.expected->y, y_);
 }
 
 std::size_t Tally::count(Reason reason) const {

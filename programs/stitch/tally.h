@@ -35,6 +35,13 @@ class Tally {
     /// Left out because they brought nothing new.
     std::size_t skipped() const { return skipped_; }
     std::size_t refused() const { return frames_ - placed_ - skipped_; }
+    /// Of the refused ones those that may still be placed.
+    std::size_t waiting() const { return waiting_; }
+    /// Frames that waited and were placed when others had come that join them.
+    std::size_t placedLater() const { return placedLater_; }
+    /// Placed frames that lie elsewhere than was said beforehand, and the first of them.
+    std::size_t contradicting() const { return contradicting_; }
+    const FrameReport& firstContradicting() const { return firstContradicting_; }
     std::size_t count(Reason reason) const;
 
     /// Why frames were refused, by name.
@@ -59,18 +66,24 @@ class Tally {
     /// What the library alone would reach: frames that went through it, by the time spent in it.
     double libraryFramesPerSecond() const;
 
-    /// For every reason the first frame that was refused for it.
-    const std::map<Reason, FrameReport>& examples() const { return examples_; }
+    /// For every reason the frames that are refused for it, by number.
+    const std::map<Reason, std::map<std::size_t, FrameReport>>& examples() const { return examples_; }
 
     /// The frame that was told last.
     const FrameReport& last() const { return last_; }
 
   private:
+    void remove(const FrameReport& report, const Told& told);
+    void addFirst(const FrameReport& report);
     void addOffsets(const FrameReport& report);
 
     std::size_t frames_ = 0;
     std::size_t placed_ = 0;
     std::size_t skipped_ = 0;
+    std::size_t waiting_ = 0;
+    std::size_t placedLater_ = 0;
+    std::size_t contradicting_ = 0;
+    FrameReport firstContradicting_;
     std::map<Reason, std::size_t> reasons_;
     OffsetErrors errors_;
     AxisAgreement x_;
@@ -81,7 +94,7 @@ class Tally {
     double brightest_ = 0;
     std::size_t stitched_ = 0;
     double milliseconds_ = 0;
-    std::map<Reason, FrameReport> examples_;
+    std::map<Reason, std::map<std::size_t, FrameReport>> examples_;
     FrameReport last_;
 };
 

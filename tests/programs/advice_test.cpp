@@ -46,6 +46,53 @@ TEST(Advice, NamesNoOptionThatWasGiven) {
     EXPECT_FALSE(contains(adviceOn(Reason::tooFewMatches, options), "--"));
 }
 
+TEST(Advice, ForAFrameThatNothingJoinsNamesWhatSearchingCannotDo) {
+    Options options;
+    std::string advice = adviceOn(Reason::nothingJoins, options);
+    EXPECT_TRUE(contains(advice, "1 frame refused for nothing joins it, first f.png: ")) << advice;
+    EXPECT_TRUE(contains(advice, "--positions or --grid")) << advice;
+    EXPECT_FALSE(contains(advice, "--trust-positions")) << "without positions it is refused: " << advice;
+    EXPECT_FALSE(contains(advice, "--on-lost")) << "another mosaic begins by itself: " << advice;
+    options.positions = "stage.csv";
+    advice = adviceOn(Reason::nothingJoins, options);
+    EXPECT_TRUE(contains(advice, "try --trust-positions")) << advice;
+    options.session.trustPositions = true;
+    advice = adviceOn(Reason::nothingJoins, options);
+    EXPECT_FALSE(contains(advice, "--")) << advice;
+    EXPECT_TRUE(contains(advice, "take the frames with more overlap")) << advice;
+    options = {};
+    options.expected = Shift(100, 0);
+    EXPECT_FALSE(contains(adviceOn(Reason::nothingJoins, options), "--")) << "a step is no measured place";
+}
+
+TEST(Advice, WithoutSearchNamesTheSearch) {
+    Options options;
+    EXPECT_FALSE(contains(adviceOn(Reason::tooFewMatches, options), "--no-search"));
+    options.session.search = false;
+    EXPECT_TRUE(contains(adviceOn(Reason::tooFewMatches, options), "try without --no-search, "));
+}
+
+TEST(Advice, TellsOfFramesThatLieElsewhereThanExpected) {
+    Tally tally;
+    for (const char* name : {"a.png", "b.png"}) {
+        FrameReport frame;
+        frame.number = 5;
+        frame.name = name;
+        frame.placed = frame.contradicts = true;
+        frame.joins = 4;
+        frame.offset = Shift(100, 3);
+        frame.expected = Shift(250, 0);
+        tally.add(frame);
+    }
+    Options options;
+    options.positions = "stage.csv";
+    ASSERT_EQ(hintsFor(tally, options).size(), 1U);
+    EXPECT_EQ(
+        hintsFor(tally, options).front(),
+        "2 frames placed elsewhere than was expected, first a.png: by 100,3 instead of 250,0 pixels beside "
+        "frame 4; the pictures were certain");
+}
+
 TEST(Advice, NamesStrictLimitsOnlyWhereTheyAreInForce) {
     Options options;
     EXPECT_FALSE(contains(adviceOn(Reason::motion, options), "--static"));
@@ -89,10 +136,10 @@ TEST(Hints, NameTheAxisThatIsMirrored) {
     Tally tally;
     for (int k = 0; k < 3; ++k) {
         FrameReport frame;
-        frame.placed = frame.measured = true;
+        frame.placed = true;
         frame.attempts = 1;
         frame.expected = Shift(0, 200);
-        frame.answer.record.offset = {0, -202};
+        frame.offset = Shift(0, -202);
         tally.add(frame);
     }
     Options options;

@@ -1,60 +1,41 @@
 #include "stitch/reason.h"
 
+#include <brantel/session.h>
 #include <gtest/gtest.h>
+
+#include <set>
+#include <string>
 
 namespace brantel::programs {
 namespace {
 
-constexpr FrameGeometry frame{100, 200, 1};
-constexpr std::int32_t brightnessMode = 0;
-constexpr std::int32_t motionMode = 1;
-
-StitchFlags recordOf(std::int32_t x, std::int32_t y, std::int32_t passed) {
-    StitchFlags record{};
-    record.offset = {x, y};
-    record.matchCount = 50;
-    record.stitch_flags = passed;
-    return record;
+TEST(ReasonOf, EveryReasonOfASessionHasANameOfItsOwn) {
+    std::set<std::string> names;
+    for (std::int32_t reason = BRANTEL_SHIFT_TOO_SMALL; reason <= BRANTEL_MAP_ENDED; ++reason) {
+        EXPECT_NE(reasonOf(reason), Reason::libraryFailure) << brantel_reason_text(reason);
+        EXPECT_TRUE(names.insert(nameOf(reasonOf(reason))).second) << brantel_reason_text(reason);
+    }
+    EXPECT_EQ(reasonOf(BRANTEL_NO_REASON), Reason::none);
+    EXPECT_EQ(reasonOf(BRANTEL_SHIFT_TOO_SMALL), Reason::shiftTooSmall);
+    EXPECT_EQ(reasonOf(BRANTEL_SHIFT_TOO_LARGE), Reason::shiftTooLarge);
+    EXPECT_EQ(reasonOf(BRANTEL_TOO_FEW_CORNERS), Reason::tooFewCorners);
+    EXPECT_EQ(reasonOf(BRANTEL_TOO_FEW_MATCHES), Reason::tooFewMatches);
+    EXPECT_EQ(reasonOf(BRANTEL_BRIGHTNESS), Reason::brightness);
+    EXPECT_EQ(reasonOf(BRANTEL_MOTION), Reason::motion);
+    EXPECT_EQ(reasonOf(BRANTEL_NOTHING_JOINS), Reason::nothingJoins);
+    EXPECT_EQ(reasonOf(BRANTEL_NO_ROOM_TO_WAIT), Reason::noRoomToWait);
+    EXPECT_EQ(reasonOf(BRANTEL_MAP_ENDED), Reason::mosaicEnded);
 }
 
-TEST(ReasonFor, AFailureIsToldByTheLibrarysLines) {
-    const StitchFlags record = recordOf(0, 0, 0);
-    EXPECT_EQ(reasonFor(-1, record, "imageMosaicFun in\nHarrissCornerSPoint size is 0\n", frame, 0),
-              Reason::tooFewCorners);
-    EXPECT_EQ(reasonFor(-1, record, "HarrissCornerSPoint22222222222 size is 0\n", frame, 0),
-              Reason::tooFewCorners);
-    EXPECT_EQ(reasonFor(-1, record, "imageMosaicFun in\n", frame, 0), Reason::tooFewMatches);
-    EXPECT_EQ(reasonFor(-1, record, "stichingImagedJoint failed: something\n", frame, 0),
-              Reason::libraryFailure);
-    EXPECT_EQ(reasonFor(-1, record, "worker job failed: something\n", frame, 0), Reason::libraryFailure);
-}
-
-TEST(ReasonFor, MemoryThatIsUsedUpIsNamedAsSuch) {
-    const StitchFlags record = recordOf(0, 0, 0);
-    for (const char* lines :
-         {"stichingImagedJoint failed: std::bad_alloc\n",
-          "imageMosaicFun in\nworker job failed: std::bad_alloc\n",
-          "stichingImagedJoint failed: OpenCV(4.6.0) alloc.cpp:73: error: (-4:Insufficient memory) Failed to "
-          "allocate 108000000 bytes in function 'OutOfMemoryError'\n"})
-        EXPECT_EQ(reasonFor(-1, record, lines, frame, 0), Reason::outOfMemory) << lines;
-}
-
-TEST(ReasonFor, AFrameThatFailedItsTestIsNamedByTheMode) {
-    EXPECT_EQ(reasonFor(0, recordOf(60, 0, 0), "", frame, brightnessMode), Reason::brightness);
-    EXPECT_EQ(reasonFor(0, recordOf(60, 0, 0), "", frame, motionMode), Reason::motion);
-}
-
-TEST(ReasonFor, AShiftIsMeasuredAgainstTheSideOfItsLargerComponent) {
-    EXPECT_EQ(reasonFor(0, recordOf(20, 0, 1), "", frame, 0), Reason::shiftTooSmall);
-    EXPECT_EQ(reasonFor(0, recordOf(-180, 8, 1), "", frame, 0), Reason::shiftTooLarge);
-    EXPECT_EQ(reasonFor(0, recordOf(6, -8, 1), "", frame, 0), Reason::shiftTooSmall);
-    EXPECT_EQ(reasonFor(0, recordOf(6, 92, 1), "", frame, 0), Reason::shiftTooLarge);
-    EXPECT_EQ(reasonFor(1, recordOf(0, 0, 1), "", frame, 0), Reason::shiftTooSmall);
+TEST(ReasonOf, WhatALaterLibraryMaySayIsAFailure) {
+    EXPECT_EQ(reasonOf(BRANTEL_MAP_ENDED + 1), Reason::libraryFailure);
+    EXPECT_EQ(reasonOf(-1), Reason::libraryFailure);
 }
 
 TEST(Lost, AreFramesWhoseWhereaboutsAreUnknown) {
-    for (const Reason reason : {Reason::tooFewCorners, Reason::tooFewMatches, Reason::shiftTooLarge,
-                                Reason::contradicted, Reason::outOfMemory})
+    for (const Reason reason :
+         {Reason::tooFewCorners, Reason::tooFewMatches, Reason::shiftTooLarge, Reason::nothingJoins,
+          Reason::noRoomToWait, Reason::contradicted, Reason::outOfMemory})
         EXPECT_TRUE(isLost(reason)) << nameOf(reason);
     for (const Reason reason : {Reason::none, Reason::shiftTooSmall, Reason::brightness, Reason::motion,
                                 Reason::unreadable, Reason::wrongSize})

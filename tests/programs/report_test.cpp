@@ -1,8 +1,8 @@
 #include "stitch/report.h"
 
+#include <brantel/session.h>
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <nlohmann/json.hpp>
 
 #include "stitch/table.h"
@@ -16,21 +16,21 @@ FrameReport placedFrame(const std::string& name, Shift offset) {
     FrameReport frame;
     frame.number = 7;
     frame.name = name;
-    frame.placed = frame.measured = true;
-    frame.mosaic = 1;
+    frame.placed = true;
+    frame.map = 1;
     frame.position = {12, -34};
+    frame.foundBy = BRANTEL_BY_CORNERS;
+    frame.confidence = 0.8125;
+    frame.matches = 44;
+    frame.joins = 5;
+    frame.offset = offset;
     frame.attempts = 1;
     frame.milliseconds = 5;
-    frame.answer = {0, true, Reason::none, StitchFlags{}};
-    frame.answer.record.offset = {offset.x, offset.y};
-    frame.answer.record.matchCount = 44;
     return frame;
 }
 
-Json lineOf(const FrameReport& frame, std::int32_t mainMode = 0) {
-    SessionSettings settings;
-    settings.mainMode = mainMode;
-    const std::string line = frameLine(frame, settings);
+Json lineOf(const FrameReport& frame) {
+    const std::string line = frameLine(frame);
     EXPECT_EQ(line.find('\n'), line.size() - 1);
     return Json::parse(line);
 }
@@ -43,6 +43,48 @@ TEST(FrameLine, HoldsWhatWasMeasured) {
     EXPECT_EQ(entry["matches"], 44);
     EXPECT_EQ(entry["position"]["y"], -34);
     EXPECT_TRUE(entry["reason"].is_null());
+    EXPECT_EQ(entry["state"], "placed");
+    EXPECT_EQ(entry["mosaic"], 1);
+    EXPECT_EQ(entry["map"], 1);
+    EXPECT_EQ(entry["found_by"], "corners");
+    EXPECT_EQ(entry["confidence"], 0.8125);
+    EXPECT_EQ(entry["joins"], 5);
+    EXPECT_EQ(entry["contradicts_expected"], false);
+}
+
+TEST(FrameLine, NamesEveryWayOfFindingAPlace) {
+    FrameReport frame = placedFrame("a.png", {30, -2});
+    const char* const names[] = {"first", "corners", "correlation", "position"};
+    for (std::int32_t way = BRANTEL_BY_FIRST; way <= BRANTEL_BY_POSITION; ++way) {
+        frame.foundBy = way;
+        EXPECT_EQ(lineOf(frame)["found_by"], names[way - BRANTEL_BY_FIRST]);
+    }
+}
+
+TEST(FrameLine, TellsWhereASkippedFrameLies) {
+    FrameReport frame = placedFrame("a.png", {3, -2});
+    frame.placed = false;
+    frame.reason = Reason::shiftTooSmall;
+    const Json entry = lineOf(frame);
+    EXPECT_EQ(entry["state"], "skipped");
+    EXPECT_EQ(entry["placed"], false);
+    EXPECT_TRUE(entry["mosaic"].is_null());
+    EXPECT_EQ(entry["map"], 1);
+    EXPECT_EQ(entry["position"]["x"], 12);
+}
+
+TEST(FrameLine, TellsThatAFrameWaits) {
+    FrameReport frame;
+    frame.number = 3;
+    frame.waiting = true;
+    frame.reason = Reason::nothingJoins;
+    const Json entry = lineOf(frame);
+    EXPECT_EQ(entry["state"], "waiting");
+    EXPECT_EQ(entry["placed"], false);
+    EXPECT_EQ(entry["reason"], "nothing joins it");
+    for (const char* field :
+         {"mosaic", "map", "position", "found_by", "confidence", "joins", "offset", "matches"})
+        EXPECT_TRUE(entry[field].is_null()) << field;
 }
 
 TEST(FrameLine, HoldsTheReasonAndWhatIsBehindIt) {
@@ -53,7 +95,7 @@ TEST(FrameLine, HoldsTheReasonAndWhatIsBehindIt) {
     const Json entry = lineOf(frame);
     EXPECT_EQ(entry["reason"], "unreadable");
     EXPECT_EQ(entry["detail"], "the file is empty");
-    EXPECT_TRUE(entry["result"].is_null());
+    EXPECT_EQ(entry["state"], "refused");
     EXPECT_TRUE(entry["offset"].is_null());
     EXPECT_TRUE(entry["position"].is_null());
 }
@@ -81,19 +123,6 @@ TEST(FrameLine, OfWhatIsInNoFileNamesTheKeptFrame) {
     EXPECT_EQ(entry["kept"], "/kept/frame_000003.png");
 }
 
-TEST(FrameLine, WritesMeasuresThatAreNoNumbersAsNull) {
-    FrameReport frame = placedFrame("a.png", {30, 0});
-    frame.answer.record.prevMean = std::nanf("");
-    frame.answer.record.curMean = 17.5F;
-    const Json entry = lineOf(frame);
-    EXPECT_TRUE(entry["brightness"]["previous_mean"].is_null());
-    EXPECT_EQ(entry["brightness"]["current_mean"], 17.5);
-}
-
-TEST(FrameLine, HasNoBrightnessInMotionMode) {
-    EXPECT_TRUE(lineOf(placedFrame("a.png", {30, 0}), 1)["brightness"].is_null());
-}
-
 TEST(FrameLine, StaysValidWithAnyFileName) {
     EXPECT_TRUE(lineOf(placedFrame("\xFF\"\\\n.png", {30, 0})).is_object());
 }
@@ -113,6 +142,9 @@ TEST(SummaryLine, CountsAndNamesThePictures) {
     EXPECT_EQ(summary["placed"], 1);
     EXPECT_EQ(summary["skipped"], 1);
     EXPECT_EQ(summary["refused"], 1);
+    EXPECT_EQ(summary["waiting"], 0);
+    EXPECT_EQ(summary["placed_later"], 0);
+    EXPECT_EQ(summary["settings"]["search"], true);
     EXPECT_EQ(summary["reasons"], Json({{"wrong size", 1}}));
     EXPECT_EQ(summary["mosaics"][0]["origin"]["x"], -50);
     EXPECT_EQ(summary["mosaics"][0]["first_frame"], 1);

@@ -58,10 +58,20 @@ TEST_F(FiveFrames, AFrameOfAnotherSizeIsLeftOut) {
 
 TEST_F(FiveFrames, ABlankFrameHasTooFewCorners) {
     writePicture("scan/frame_0003.png", cv::Mat(240, 320, CV_8UC3, cv::Scalar(80, 80, 80)));
-    const Report report = reportOf("");
+    const Report report = reportOf("--no-search");
     EXPECT_EQ(report.frames[2]["reason"], "too few corners");
-    EXPECT_EQ(report.frames[2]["result"], -1);
+    EXPECT_EQ(report.frames[2]["state"], "refused");
     EXPECT_EQ(report.summary["placed"], 4);
+}
+
+TEST_F(FiveFrames, ABlankFrameWaitsForOneThatItJoins) {
+    writePicture("scan/frame_0003.png", cv::Mat(240, 320, CV_8UC3, cv::Scalar(80, 80, 80)));
+    const Report report = reportOf("");
+    EXPECT_EQ(report.frames[2]["reason"], "nothing joins it");
+    EXPECT_EQ(report.frames[2]["state"], "waiting");
+    EXPECT_EQ(report.summary["placed"], 4);
+    EXPECT_EQ(report.summary["waiting"], 1);
+    EXPECT_EQ(report.summary["refused"], 1) << "those that wait at the end are among the refused ones";
 }
 
 TEST_F(FiveFrames, ABadFirstFrameDoesNotSpoilTheMosaic) {
@@ -74,24 +84,27 @@ TEST_F(FiveFrames, ABadFirstFrameDoesNotSpoilTheMosaic) {
 
 TEST_F(FiveFrames, ADarkFirstFrameDoesNotSpoilAStrictMosaic) {
     writePicture("scan/frame_0001.png", readPicture("scan/frame_0001.png", Channels::colour) * 0.45);
-    const Report report = reportOf("--static");
-    EXPECT_EQ(report.frames[0]["reason"], "no frame joined it");
-    EXPECT_EQ(report.frames[1]["starts_mosaic"], true);
-    EXPECT_EQ(report.summary["placed"], 4);
+    for (const char* way : {"--static", "--static --no-search"}) {
+        const Report report = reportOf(way);
+        EXPECT_EQ(report.frames[0]["reason"], "no frame joined it") << way;
+        EXPECT_EQ(report.frames[1]["starts_mosaic"], true) << way;
+        EXPECT_EQ(report.summary["placed"], 4) << way;
+    }
 }
 
 TEST_F(FiveFrames, ADarkFrameFailsTheStrictBrightnessTest) {
     writePicture("scan/frame_0002.png", readPicture("scan/frame_0002.png", Channels::colour) * 0.45);
-    const Report report = reportOf("--static");
-    EXPECT_EQ(report.frames[1]["reason"], "brightness");
-    EXPECT_GT(report.frames[1]["brightness"]["previous_mean"], 80);
-    EXPECT_EQ(report.summary["placed"], 4);
+    for (const char* way : {"--static", "--static --no-search"}) {
+        const Report report = reportOf(way);
+        EXPECT_EQ(report.frames[1]["reason"], "brightness") << way;
+        EXPECT_EQ(report.frames[1]["state"], "refused") << way;
+        EXPECT_EQ(report.summary["placed"], 4) << way;
+    }
 }
 
 TEST_F(FiveFrames, AMovingCameraFailsTheStrictMotionTest) {
     const Report report = reportOf("--static --mode motion", 1);
     EXPECT_EQ(report.frames[1]["reason"], "motion");
-    EXPECT_TRUE(report.frames[1]["brightness"].is_null());
     EXPECT_TRUE(contains(err_, "try without --static"));
     EXPECT_FALSE(fs::exists("m.png"));
 }
@@ -102,40 +115,46 @@ TEST_F(FiveFrames, OneFrameIsNoMosaic) {
     EXPECT_TRUE(contains(outcome.err, "1 no frame joined it"));
 }
 
+constexpr const char* wrongUsage[] = {"",
+                                      "--bogus",
+                                      "missing",
+                                      "empty",
+                                      "bad.csv",
+                                      "scan -o m.gif",
+                                      "scan --mode loud",
+                                      "scan --limit 7",
+                                      "scan --positions bad.csv",
+                                      "scan --positions missing.csv",
+                                      "scan --expected 1,2 --positions scan/truth.csv",
+                                      "scan --grey --colour",
+                                      "scan --on-lost cry",
+                                      "scan --range wide",
+                                      "scan --range 5,5",
+                                      "scan --pages 0",
+                                      "scan --raw 320x240x3",
+                                      "--raw 320x240",
+                                      "--raw 320x240x2",
+                                      "--raw 0x240x3",
+                                      "scan --watch scan",
+                                      "--watch missing",
+                                      "scan --until-idle 3",
+                                      "scan --keep-frames kept",
+                                      "scan --grid 5",
+                                      "scan --grid 4x2",
+                                      "scan --flip-x",
+                                      "scan --pixel-size 2",
+                                      "scan --grid 5x1 --positions scan/truth.csv",
+                                      "scan --trust-positions",
+                                      "scan --trust-positions --expected 100,0",
+                                      "scan --trust-positions --no-search --positions scan/truth.csv",
+                                      "scan --density 201",
+                                      "scan --limit 60000,60000",
+                                      "scan --positions scan/truth.csv --pixel-size 2"};
+
 TEST_F(FiveFrames, WrongUsageIsToldApart) {
     directory_.write("bad.csv", "x,y\n1\n");
     fs::create_directory("empty");
-    for (const char* arguments : {"",
-                                  "--bogus",
-                                  "missing",
-                                  "empty",
-                                  "bad.csv",
-                                  "scan -o m.gif",
-                                  "scan --mode loud",
-                                  "scan --limit 7",
-                                  "scan --positions bad.csv",
-                                  "scan --positions missing.csv",
-                                  "scan --expected 1,2 --positions scan/truth.csv",
-                                  "scan --grey --colour",
-                                  "scan --on-lost cry",
-                                  "scan --range wide",
-                                  "scan --range 5,5",
-                                  "scan --pages 0",
-                                  "scan --raw 320x240x3",
-                                  "--raw 320x240",
-                                  "--raw 320x240x2",
-                                  "--raw 0x240x3",
-                                  "scan --watch scan",
-                                  "--watch missing",
-                                  "scan --until-idle 3",
-                                  "scan --keep-frames kept",
-                                  "scan --grid 5",
-                                  "scan --grid 4x2",
-                                  "scan --flip-x",
-                                  "scan --pixel-size 2",
-                                  "scan --grid 5x1 --positions scan/truth.csv",
-                                  "scan --limit 60000,60000",
-                                  "scan --positions scan/truth.csv --pixel-size 2"}) {
+    for (const char* arguments : wrongUsage) {
         const Outcome outcome = stitch(arguments);
         EXPECT_EQ(outcome.exitCode, 2) << arguments;
         EXPECT_NE(outcome.err, "") << arguments;
@@ -147,9 +166,12 @@ TEST_F(FiveFrames, WrongUsageIsToldApart) {
 
 TEST_F(FiveFrames, OnlyErrorsAreToldWhenQuiet) {
     writePicture("scan/frame_0003.png", cv::Mat(240, 320, CV_8UC3, cv::Scalar(80, 80, 80)));
+    EXPECT_TRUE(contains(stitch("scan -o m.png --no-search").err,
+                         "1 frame refused for too few corners, first scan/frame_0003"));
     EXPECT_TRUE(
-        contains(stitch("scan -o m.png").err, "1 frame refused for too few corners, first scan/frame_0003"));
+        contains(stitch("scan -o m.png").err, "1 frame refused for nothing joins it, first scan/frame_0003"));
     EXPECT_EQ(stitch("scan -o m.png -q").err, "");
+    EXPECT_EQ(stitch("scan -o m.png -q --no-search").err, "");
     directory_.write("scan/frame_0002.png", "");
     EXPECT_TRUE(contains(stitch("scan -o m.png -q").err, "frame_0002.png is left out: the file is empty"));
     EXPECT_TRUE(contains(stitch("scan/frame_0001.png -o m.png -q").err, "one frame alone makes no mosaic"));

@@ -114,7 +114,9 @@ TEST(StitchProgram, SlowFramesAreMeasuredAgainstTheLastPlacedOne) {
 TEST(StitchProgram, TriesAgainWithThePositionsWhereTheWholeFrameFails) {
     const ScratchDirectory directory;
     scan("--generate 1500x900 --frame 480x480 --overlap 20 --jitter 6 --noise 4 --grey -o scan");
-    ASSERT_EQ(stitch("scan -o m.png --density 0 --report r.jsonl --positions scan/truth.csv").exitCode, 0);
+    ASSERT_EQ(
+        stitch("scan -o m.png --no-search --density 0 --report r.jsonl --positions scan/truth.csv").exitCode,
+        0);
     const Report report = readReport("r.jsonl");
     std::size_t helped = 0;
     bool backwards = false;
@@ -129,84 +131,18 @@ TEST(StitchProgram, TriesAgainWithThePositionsWhereTheWholeFrameFails) {
     EXPECT_TRUE(backwards);
     EXPECT_LE(report.summary["offsets"]["largest_error"], 2);
 
-    const Outcome without = stitch("scan -o n.png --density 0 --report n.jsonl");
+    const Outcome without = stitch("scan -o n.png --no-search --density 0 --report n.jsonl");
     EXPECT_LT(readReport("n.jsonl").summary["placed"], report.summary["placed"]) << without.err;
 }
 
 TEST(StitchProgram, UsesAConstantExpectedShiftFirst) {
     const ScratchDirectory directory;
     scan("--generate 900x240 --frame 320x240 --step 140,100 --path row -o scan");
-    ASSERT_EQ(stitch("scan -o m.png --expected 142,0 --report r.jsonl").exitCode, 0);
+    ASSERT_EQ(stitch("scan -o m.png --no-search --expected 142,0 --report r.jsonl").exitCode, 0);
     const Report report = readReport("r.jsonl");
     EXPECT_EQ(report.summary["placed"], 5);
     EXPECT_EQ(report.frames[2]["used_expected"], true);
     EXPECT_EQ(report.frames[2]["attempts"], 1);
-}
-
-TEST(StitchProgram, BeginsTheNextMosaicAtTheAreaLimit) {
-    const ScratchDirectory directory;
-    scan("--generate 8000x200 --frame 640x200 --step 400,100 --path row --grey -o scan");
-    ASSERT_EQ(stitch("scan -o m.png --overview o.png --limit 6000,6001 --report r.jsonl").exitCode, 0);
-    const Report report = readReport("r.jsonl");
-    EXPECT_EQ(report.summary["placed"], 19);
-    ASSERT_GE(report.summary["mosaics"].size(), 2U);
-    EXPECT_EQ(report.summary["mosaics"][1]["file"], "m-2.png");
-    for (const auto& mosaic : report.summary["mosaics"]) {
-        const cv::Mat picture = readPicture(std::string(mosaic["file"]), Channels::asStored);
-        EXPECT_EQ(picture.cols, mosaic["width"]);
-        // Neighbouring mosaics share a frame, and nothing else is lost or doubled.
-        EXPECT_NEAR(picture.cols, 640 + 400 * (static_cast<int>(mosaic["frames"]) - 1), 8);
-    }
-    const nlohmann::json& second = report.summary["mosaics"][1];
-    const std::size_t shared = second["first_frame"];
-    EXPECT_EQ(report.frames[shared - 1]["mosaic"], 1) << "where it was placed first";
-    EXPECT_EQ(report.frames[shared]["mosaic"], 2);
-    EXPECT_TRUE(std::filesystem::exists("o-2.png"));
-}
-
-TEST(StitchProgram, RefusesAnAreaLimitThatEveryMosaicMeetsAtOnce) {
-    const ScratchDirectory directory;
-    scan(usualScan);
-    const Outcome outcome = stitch("scan --limit 100,100");
-    EXPECT_EQ(outcome.exitCode, 2);
-    EXPECT_TRUE(contains(outcome.err, "6000 x 6000"));
-}
-
-class LostTrack : public ::testing::Test {
-  protected:
-    LostTrack() {
-        scan("--generate 520x240 --frame 320x240 --step 100,100 --path row -o one --seed 1");
-        scan("--generate 520x240 --frame 320x240 --step 100,100 --path row -o two --seed 2");
-    }
-    ScratchDirectory directory_;
-};
-
-TEST_F(LostTrack, SkipLeavesTheFramesOut) {
-    EXPECT_EQ(stitch("one two -o m.png --report r.jsonl").exitCode, 0);
-    const Report report = readReport("r.jsonl");
-    EXPECT_EQ(report.summary["placed"], 3);
-    EXPECT_EQ(report.frames[4]["reason"], "too few matches");
-    EXPECT_EQ(report.summary["mosaics"].size(), 1U);
-}
-
-TEST_F(LostTrack, RestartBeginsAnotherMosaic) {
-    EXPECT_EQ(stitch("one two -o m.png --report r.jsonl --on-lost restart").exitCode, 0);
-    const Report report = readReport("r.jsonl");
-    EXPECT_EQ(report.summary["placed"], 6);
-    EXPECT_EQ(report.frames[3]["starts_mosaic"], true);
-    EXPECT_EQ(report.frames[5]["mosaic"], 2);
-    const cv::Mat second = readPicture("m-2.png", Channels::colour);
-    const cv::Mat picture = generatePicture({520, 240}, 2);
-    ASSERT_EQ(second.size(), picture.size());
-    EXPECT_LE(cv::norm(second, picture, cv::NORM_INF), 2);
-}
-
-TEST_F(LostTrack, StopSavesWhatThereIs) {
-    const Outcome outcome = stitch("one two -o m.png --report r.jsonl --on-lost stop");
-    EXPECT_EQ(outcome.exitCode, 0);
-    EXPECT_TRUE(contains(outcome.err, "two/frame_0001.png: too few matches")) << outcome.err;
-    EXPECT_EQ(readReport("r.jsonl").frames.size(), 4U);
-    EXPECT_TRUE(std::filesystem::exists("m.png"));
 }
 
 TEST(StitchProgram, KeepsTheLibrarysLinesApart) {
@@ -221,7 +157,6 @@ TEST(StitchProgram, KeepsTheLibrarysLinesApart) {
     EXPECT_EQ(frames, 3U) << "two frames, the first of them told twice";
     EXPECT_FALSE(contains(outcome.out, "imageMosaicFun in"));
     EXPECT_EQ(shell("grep -c '^imageMosaicFun in$' lines.txt").out, "1\n");
-    EXPECT_EQ(shell("grep -c '^pthread_join match_pid success$' lines.txt").out, "1\n");
     EXPECT_FALSE(contains(stitch("scan -o m.png").out, "imageMosaicFun"));
 }
 
@@ -237,11 +172,12 @@ TEST(StitchProgram, TellsItsVersionAndHelp) {
     EXPECT_EQ(stitch("--version").out, "brantel-stitch " BRANTEL_VERSION "\n");
     const Outcome help = stitch("--help");
     EXPECT_EQ(help.exitCode, 0);
-    for (const char* option : {"--grey",     "--colour",     "--output",     "--report",      "--overview",
-                               "--density",  "--mode",       "--static",     "--limit",       "--scale",
-                               "--expected", "--positions",  "--on-lost",    "--quiet",       "--library-log",
-                               "--watch",    "--until-idle", "--raw",        "--keep-frames", "--range",
-                               "--pages",    "--grid",       "--pixel-size", "--flip-x",      "--flip-y"})
+    for (const char* option :
+         {"--grey",        "--colour",         "--output",      "--report",    "--overview",   "--density",
+          "--mode",        "--static",         "--limit",       "--no-search", "--expected",   "--positions",
+          "--on-lost",     "--quiet",          "--library-log", "--watch",     "--until-idle", "--raw",
+          "--keep-frames", "--range",          "--pages",       "--grid",      "--pixel-size", "--flip-x",
+          "--flip-y",      "--trust-positions"})
         EXPECT_TRUE(contains(help.out, option)) << option;
 }
 

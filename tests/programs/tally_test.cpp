@@ -7,11 +7,10 @@ namespace {
 
 FrameReport placedFrame(Shift offset, std::optional<Shift> expected = std::nullopt) {
     FrameReport frame;
-    frame.placed = frame.measured = true;
+    frame.placed = true;
     frame.attempts = 1;
     frame.milliseconds = 5;
-    frame.answer.result = 0;
-    frame.answer.record.offset = {offset.x, offset.y};
+    frame.offset = offset;
     frame.expected = expected;
     return frame;
 }
@@ -41,13 +40,61 @@ TEST(Tally, ALaterReportOfAFrameReplacesTheEarlierOne) {
     FrameReport frame = refusedFrame(Reason::noPartner);
     tally.add(frame);
     EXPECT_EQ(tally.refusalsText(), "1 no frame joined it");
-    frame.before = frame.reason;
+    frame.before = saidBy(frame);
     frame.placed = frame.startsMosaic = true;
     tally.add(frame);
     EXPECT_EQ(tally.frames(), 1U);
     EXPECT_EQ(tally.placed(), 1U);
     EXPECT_EQ(tally.refused(), 0U);
     EXPECT_EQ(tally.refusalsText(), "");
+}
+
+TEST(Tally, AFrameThatWaitsIsRefusedUntilItIsPlaced) {
+    Tally tally;
+    FrameReport frame = refusedFrame(Reason::nothingJoins);
+    frame.number = 3;
+    frame.name = "early.png";
+    frame.waiting = true;
+    tally.add(frame);
+    FrameReport other = refusedFrame(Reason::nothingJoins);
+    other.number = 9;
+    other.name = "late.png";
+    other.waiting = true;
+    tally.add(other);
+    EXPECT_EQ(tally.waiting(), 2U);
+    EXPECT_EQ(tally.refused(), 2U);
+    frame.before = saidBy(frame);
+    frame.waiting = false;
+    frame.placed = true;
+    tally.add(frame);
+    EXPECT_EQ(tally.waiting(), 1U);
+    EXPECT_EQ(tally.refused(), 1U);
+    EXPECT_EQ(tally.placed(), 1U);
+    EXPECT_EQ(tally.placedLater(), 1U);
+    ASSERT_EQ(tally.examples().at(Reason::nothingJoins).size(), 1U);
+    EXPECT_EQ(tally.examples().at(Reason::nothingJoins).begin()->second.name, "late.png");
+    other.before = saidBy(other);
+    other.waiting = false;
+    other.reason = Reason::shiftTooSmall;
+    tally.add(other);
+    EXPECT_EQ(tally.waiting(), 0U);
+    EXPECT_EQ(tally.skipped(), 1U);
+    EXPECT_EQ(tally.refused(), 0U);
+    EXPECT_EQ(tally.placedLater(), 1U) << "it is not in a mosaic";
+}
+
+TEST(Tally, APlacedFrameThatMovesCountsOnce) {
+    Tally tally;
+    FrameReport frame = placedFrame({30, 0}, Shift(28, 0));
+    tally.add(frame);
+    frame.before = saidBy(frame);
+    frame.map = 2;
+    tally.add(frame);
+    EXPECT_EQ(tally.frames(), 1U);
+    EXPECT_EQ(tally.placed(), 1U);
+    EXPECT_EQ(tally.offsetErrors().compared, 1U);
+    EXPECT_EQ(tally.stitched(), 1U);
+    EXPECT_EQ(tally.placedLater(), 0U);
 }
 
 TEST(Tally, ComparesOffsetsWithWhatWasExpected) {

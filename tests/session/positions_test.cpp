@@ -120,5 +120,18 @@ TEST(SessionPositions, WithoutTrackKeepingAreWhatTheFunctionsAreTold) {
     EXPECT_EQ(beyond.reason, BRANTEL_TOO_FEW_CORNERS);
 }
 
+TEST(SessionPositions, WithoutTrackKeepingAVagueOneIsOnlyRemembered) {
+    brantel_settings settings = settingsFor(rows, cols);
+    settings.correlation = 0;
+    Opened session(settings);
+    session.add(frameAt(400, 100), at(10, 10));
+    EXPECT_EQ(session.add(frameAt(500, 130), at(-150, 300, cols - 1)).state, BRANTEL_REFUSED);
+    EXPECT_EQ(session.add(frameAt(500, 130), at(112.4, 37.5, cols)).state, BRANTEL_PLACED)
+        << "by whole frames";
+    EXPECT_EQ(session.add(frameAt(600, 160), at(-37.6, 337.5)).state, BRANTEL_REFUSED)
+        << "looked for against the place that was remembered";
+    EXPECT_EQ(session.add(frameAt(600, 160), at(213, 68)).state, BRANTEL_PLACED);
+}
+
 }  // namespace
 }  // namespace brantel::test

@@ -1,0 +1,15 @@
+# cpack: everything that cmake --install installs, as one archive. cpack -G DEB: see debian_packages.cmake.
+if(WIN32)
+  set(CPACK_GENERATOR ZIP)
+else()
+  set(CPACK_GENERATOR TGZ)
+  include(${CMAKE_CURRENT_LIST_DIR}/debian_packages.cmake)
+endif()
+string(TOLOWER ${CMAKE_SYSTEM_NAME} system)
+set(CPACK_PACKAGE_FILE_NAME brantel-${PROJECT_VERSION}-${system}-x86_64)
+set(CPACK_PACKAGE_VENDOR Brantel)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_VERBATIM_VARIABLES ON)
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
+  OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+include(CPack)

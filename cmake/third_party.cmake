@@ -1,0 +1,43 @@
+# The notices of what is compiled or linked into the products: the copyright files of the packages that it came from, as they
+# are on the building machine. docs/third-party.md says what is used for what.
+set(notices_dir ${CMAKE_INSTALL_DATADIR}/doc/brantel)
+set(common_licences "")
+
+# third_party(COMPONENT PACKAGE...)
+function(third_party component)
+  foreach(package IN LISTS ARGN)
+    set(notice /usr/share/doc/${package}/copyright)
+    if(NOT EXISTS ${notice})
+      message(WARNING "${notice} does not exist: what is installed from here lacks the notice of ${package}")
+      continue()
+    endif()
+    install(FILES ${notice} DESTINATION ${notices_dir}/third-party RENAME ${package}.txt COMPONENT ${component})
+    file(STRINGS ${notice} lines REGEX "/usr/share/common-licenses/")
+    string(REGEX MATCHALL "common-licenses/[A-Za-z0-9.-]*[A-Za-z0-9]" named "${lines}")
+    list(APPEND common_licences ${named})
+  endforeach()
+  set(common_licences ${common_licences} PARENT_SCOPE)
+endfunction()
+
+install(FILES ${PROJECT_SOURCE_DIR}/docs/third-party.md DESTINATION ${notices_dir} COMPONENT runtime)
+third_party(runtime libhwy-dev)
+if(BRANTEL_PROGRAMS)
+  third_party(tools libcli11-dev nlohmann-json3-dev)
+endif()
+
+if(WIN32 AND CMAKE_CROSSCOMPILING)
+  third_party(runtime
+    gcc-mingw-w64-x86-64-posix-runtime mingw-w64-x86-64-dev libopencv-core-dev libz-mingw-w64-dev)
+  if(BRANTEL_PROGRAMS)
+    third_party(tools libstb-dev)
+  endif()
+  install(FILES ${opencv_prefix}/LICENSE DESTINATION ${notices_dir}/third-party/opencv COMPONENT runtime)
+  install(DIRECTORY ${opencv_prefix}/share/licenses/opencv4/ DESTINATION ${notices_dir}/third-party/opencv COMPONENT runtime)
+  # Where the notices refer to is on every Debian machine, but on no Windows one.
+  list(REMOVE_DUPLICATES common_licences)
+  foreach(licence IN LISTS common_licences)
+    get_filename_component(text /usr/share/${licence} REALPATH)
+    get_filename_component(name ${licence} NAME)
+    install(FILES ${text} DESTINATION ${notices_dir}/third-party/common-licenses RENAME ${name}.txt COMPONENT runtime)
+  endforeach()
+endif()

@@ -1,0 +1,50 @@
+# What the target uninstall takes away is what was installed and nothing else.
+# cmake -DBUILD=... -DWORK=... -P uninstall.cmake
+function(run)
+  execute_process(COMMAND ${ARGN} RESULT_VARIABLE status OUTPUT_VARIABLE output ERROR_VARIABLE output)
+  if(NOT status EQUAL 0)
+    string(JOIN " " line ${ARGN})
+    message(FATAL_ERROR "${line}: ${status}\n${output}")
+  endif()
+endfunction()
+
+function(expect_left)
+  file(GLOB_RECURSE left LIST_DIRECTORIES OFF RELATIVE ${prefix} ${prefix}/*)
+  if(NOT "${left}" STREQUAL "${ARGN}")
+    message(FATAL_ERROR "left are: ${left}")
+  endif()
+endfunction()
+
+file(REMOVE_RECURSE ${WORK})
+set(prefix "${WORK}/a prefix/brantel")
+file(WRITE "${prefix}/bin/other" "")
+file(WRITE "${prefix}/share/brantel/examples/mine.c" "")
+run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${prefix})
+if(NOT EXISTS "${prefix}/include/brantel/brantel.h")
+  message(FATAL_ERROR "nothing was installed")
+endif()
+file(REMOVE "${prefix}/include/brantel/brantel.h")  # somebody was quicker
+run(${CMAKE_COMMAND} --build ${BUILD} --target uninstall)
+expect_left(bin/other share/brantel/examples/mine.c)
+foreach(folder include/brantel lib/cmake/Brantel share/doc/brantel)
+  if(EXISTS "${prefix}/${folder}")
+    message(FATAL_ERROR "${folder} is left")
+  endif()
+endforeach()
+if(NOT EXISTS "${prefix}/include")
+  message(FATAL_ERROR "a folder that others may use is gone")
+endif()
+
+# A second time there is nothing to do, and that is no failure.
+run(${CMAKE_COMMAND} --build ${BUILD} --target uninstall)
+expect_left(bin/other share/brantel/examples/mine.c)
+
+# Installed for packagers, below another root.
+set(ENV{DESTDIR} ${WORK}/staged)
+run(${CMAKE_COMMAND} --install ${BUILD} --prefix /opt)
+set(prefix ${WORK}/staged/opt)
+if(NOT EXISTS ${prefix}/include/brantel/brantel.h)
+  message(FATAL_ERROR "nothing was staged")
+endif()
+run(${CMAKE_COMMAND} --build ${BUILD} --target uninstall)
+expect_left()
