@@ -153,7 +153,7 @@ void WorkerPair::join(const char* modelName, const char* matchName) {
 bool WorkerPair::runBoth(Job modelJob, Job matchJob) {
     if (!match.isRunning() || !model.request(modelJob)) return false;
     const bool matchDone = runJob(log_, matchJob);
-    const bool modelDone = model.withdraw() ? runJob(log_, modelJob) : model.wait();
+    const bool modelDone = model.wait();
     return modelDone && matchDone;
 }
 

@@ -113,7 +113,7 @@ struct WorkerPair {
     /// True in a forked child of the process that started the threads.
     bool areInherited() const { return model.isInherited() || match.isInherited(); }
 
-    /// Does both jobs at the same time, the model's on its worker, if that gets to it before the caller does. False when one of the threads does not run
+    /// Does both jobs at the same time, the model's on its worker. False when one of the threads does not run
     /// or a job failed (an exception has been logged). What the jobs wrote is visible afterwards.
     bool runBoth(Job modelJob, Job matchJob);
     /// The same with a single job, on the caller's thread: the workers stay at its service.
