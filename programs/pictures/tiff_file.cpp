@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <new>
+#include <system_error>
 #include <vector>
 
 #include "pictures/kinds.h"
@@ -26,6 +27,14 @@ bool isByTheWay(TIFF* file) {
     std::uint32_t type = 0;
     TIFFGetField(file, TIFFTAG_SUBFILETYPE, &type);
     return (type & (FILETYPE_REDUCEDIMAGE | FILETYPE_MASK)) != 0;
+}
+
+/// No packing makes samples that much smaller: a file that claims to hold more is damaged, and its claim is not to cost
+/// memory.
+bool mayHold(std::uintmax_t fileBytes, const TiffFormat& format) {
+    constexpr std::uint64_t mostPacked = 65536;
+    const std::uint64_t samples = std::uint64_t{format.width} * format.height * format.samplesPerPixel;
+    return samples / 8 * format.bits <= fileBytes * mostPacked;
 }
 
 std::string descriptionOf(TIFF* file) {
@@ -63,7 +72,9 @@ class TiffFile : public StoredFile {
         const TiffFormat format = formatOf(file_.get());
         const std::string unread = whyNotRead(format);
         if (!unread.empty()) return {{}, "it is a TIFF picture with " + unread + ", which is not read"};
-        cv::Mat samples = readSamples(file_.get(), format);
+        std::error_code none;
+        cv::Mat samples;
+        if (mayHold(fs::file_size(path_, none), format)) samples = readSamples(file_.get(), format);
         if (samples.empty()) return {{}, "it is a TIFF picture that is damaged or cut off"};
         return {samples};
     }

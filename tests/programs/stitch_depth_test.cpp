@@ -153,5 +153,33 @@ TEST_F(Depth, WhatIsNotReadIsNamed) {
         << outcome.err;
 }
 
+/// A TIFF file of a few bytes that claims to be a grey picture of so many pixels a side.
+std::string emptyClaim(std::uint16_t side) {
+    std::string file("II*\0\x08\0\0\0\x06\0", 10);
+    const auto number = [&](std::uint32_t value, int bytes) {
+        for (int i = 0; i < bytes; ++i) file += static_cast<char>(value >> (8 * i));
+    };
+    const std::uint32_t fields[][3] = {{256, 3, side}, {257, 3, side}, {258, 3, 8},
+                                       {262, 3, 1},    {273, 4, 8},    {279, 4, 20}};
+    for (const auto& [tag, type, value] : fields) {
+        number(tag, 2);
+        number(type, 2);
+        number(1, 4);
+        number(value, 4);
+    }
+    number(0, 4);
+    return file;
+}
+
+TEST_F(Depth, AFileThatOnlyClaimsToBeLargeCostsNoMemory) {
+    directory_.write("claim.tif", emptyClaim(32000));
+    const Outcome outcome = shell("ulimit -v 2000000; exec $STITCH claim.tif claim.tif -o m.png");
+    if (contains(outcome.err, "Sanitizer")) GTEST_SKIP() << "the sanitizer needs the address space";
+    EXPECT_TRUE(
+        contains(outcome.err, "claim.tif is left out: it is a TIFF picture that is damaged or cut off"))
+        << outcome.err;
+    EXPECT_FALSE(contains(outcome.err, "out of memory")) << outcome.err;
+}
+
 }  // namespace
 }  // namespace brantel::programs::test
