@@ -156,7 +156,8 @@ inline Steps stepsOf(const float* values, float perSpacing) {
         doubtful = hn::Or(doubtful, hn::Or(hn::Eq(off, half), hn::Not(hn::Lt(quotient, most))));
         sum = hn::Add(sum, whole);
     }
-    return {hn::GetLane(hn::SumOfLanes(ints, sum)), hn::AllFalse(d, doubtful)};
+    if (!hn::AllFalse(d, doubtful)) return {0, false};  // too large ones do not fit into the sum
+    return {hn::GetLane(hn::SumOfLanes(ints, sum)), true};
 }
 
 inline uint32_t bitsOf(float value) {
