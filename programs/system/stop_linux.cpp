@@ -1,3 +1,4 @@
+#include <atomic>
 #include <csignal>
 #include <ctime>
 
@@ -7,7 +8,8 @@ namespace brantel::programs {
 
 namespace {
 
-volatile std::sig_atomic_t received = 0;
+std::atomic<int> received{0};  // threads that wait for frames look at it, too
+static_assert(std::atomic<int>::is_always_lock_free, "written by a signal handler");
 timespec firstInterrupt{};
 
 /// Programs that pass Ctrl-C on, such as timeout, send it to the process and to its group: twice at a time.
