@@ -104,9 +104,8 @@ void touchPages(void* memory, std::size_t bytes) {
 void populatePages(void* memory, std::size_t bytes) {
     constexpr std::uintptr_t page = 4096;
     constexpr int populateWrite = 23;  // MADV_POPULATE_WRITE, since Linux 5.14
-    const auto first = reinterpret_cast<std::uintptr_t>(memory) / page * page;
-    const auto last = reinterpret_cast<std::uintptr_t>(memory) + bytes;
-    if (bytes > 0) madvise(reinterpret_cast<void*>(first), last - first, populateWrite);
+    const std::size_t before = reinterpret_cast<std::uintptr_t>(memory) % page;
+    if (bytes > 0) madvise(static_cast<unsigned char*>(memory) - before, before + bytes, populateWrite);
 }
 
 bool DynamicLibrary::open(const char* name) {
