@@ -41,8 +41,7 @@ bool Track::add(Candidate& candidate, PlaceUse use) {
     report.milliseconds += std::chrono::duration<double, std::milli>(Clock::now() - start).count();
     ++report.attempts;
     report.waiting = false;
-    constexpr std::uint32_t ofOthers = BRANTEL_EARLIER_PLACED | BRANTEL_EARLIER_REFUSED | BRANTEL_MAPS_JOINED;
-    othersMayDiffer_ |= status != BRANTEL_OK || (answer.changes & ofOthers) != 0;
+    mapsMoved_ |= status != BRANTEL_OK || (answer.changes & BRANTEL_MAPS_JOINED) != 0;
     numberMaps();
     if (status != BRANTEL_OK) {
         report.reason = status == BRANTEL_NO_MEMORY ? Reason::outOfMemory : Reason::libraryFailure;
@@ -53,6 +52,7 @@ bool Track::add(Candidate& candidate, PlaceUse use) {
     Entry entry;
     entry.place = candidate.place;
     entries_.push_back(std::move(entry));
+    open_.push_back(entries_.size() - 1);
     entries_.back().seen = look(entries_.size() - 1);
     describe(entries_.back().seen, candidate.place, report);
     return true;
@@ -66,13 +66,13 @@ void Track::numberMaps() {
         std::int32_t& number = numbers_[static_cast<std::size_t>(map) - 1];
         if (number != 0 || session_->map(map).frames < 2) continue;
         number = ++mosaics_;
-        othersMayDiffer_ = true;
     }
 }
 
-Track::Seen Track::look(std::size_t index) const {
+Track::Seen Track::look(std::size_t index) {
     Seen seen{session_->frame(static_cast<std::int64_t>(index)), 0};
     if (seen.frame.map > 0) seen.number = numbers_[static_cast<std::size_t>(seen.frame.map) - 1];
+    if (seen.frame.state == BRANTEL_PLACED) lastPlaced_ = std::max(lastPlaced_.value_or(index), index);
     return seen;
 }
 
@@ -118,24 +118,36 @@ bool Track::standsStillAgainstExpectation(const FrameReport& report) const {
 
 void Track::endWaiting() {
     session_->endMap();
-    othersMayDiffer_ = true;
+}
+
+/// A refused frame stays refused, and one in a mosaic moves with all others only, when maps are joined.
+bool Track::isOpen(const Seen& seen) {
+    return seen.frame.state != BRANTEL_REFUSED && seen.number == 0;
+}
+
+void Track::tellIfChanged(std::size_t index) {
+    Entry& entry = entries_[index];
+    const Seen now = look(index);
+    const bool same = now.number == entry.seen.number && isSame(now.frame, entry.seen.frame);
+    if (same && entry.told) return;
+    entry.seen = now;
+    entry.told = true;
+    if (!entry.report) return;
+    if (!same) describe(now, entry.place, *entry.report);
+    tell_(*entry.report);
+    entry.report->before = saidBy(*entry.report);
 }
 
 void Track::tellChanges() {
-    const std::size_t first = othersMayDiffer_ || entries_.empty() ? 0 : entries_.size() - 1;
-    othersMayDiffer_ = false;
-    for (std::size_t index = first; index < entries_.size(); ++index) {
-        Entry& entry = entries_[index];
-        if (!entry.report) continue;
-        const Seen now = look(index);
-        const bool same = now.number == entry.seen.number && isSame(now.frame, entry.seen.frame);
-        if (same && entry.told) continue;
-        if (!same) describe(now, entry.place, *entry.report);
-        entry.seen = now;
-        entry.told = true;
-        tell_(*entry.report);
-        entry.report->before = saidBy(*entry.report);
+    if (mapsMoved_) {
+        for (std::size_t index = 0; index < entries_.size(); ++index) tellIfChanged(index);
+    } else {
+        for (const std::size_t index : open_) tellIfChanged(index);
     }
+    mapsMoved_ = false;
+    open_.erase(std::remove_if(open_.begin(), open_.end(),
+                               [this](std::size_t index) { return !isOpen(entries_[index].seen); }),
+                open_.end());
 }
 
 bool Track::hasMosaic() const {
@@ -143,13 +155,12 @@ bool Track::hasMosaic() const {
 }
 
 std::optional<cv::Point2d> Track::lastPlace() const {
-    for (std::size_t k = entries_.size(); k-- > 0;)
-        if (session_->frame(static_cast<std::int64_t>(k)).state == BRANTEL_PLACED) return entries_[k].place;
-    return std::nullopt;
+    return lastPlaced_ ? entries_[*lastPlaced_].place : std::nullopt;
 }
 
 bool Track::hasReached(std::int64_t area) const {
-    const std::int32_t map = entries_.empty() ? 0 : look(entries_.size() - 1).frame.map;
+    const std::int64_t last = session_->frameCount() - 1;
+    const std::int32_t map = last < 0 ? 0 : session_->frame(last).map;
     if (map == 0) return false;
     const brantel_map facts = session_->map(map);
     return std::int64_t{facts.canvas_columns} * facts.canvas_rows >= area;

@@ -73,18 +73,22 @@ class Track {
     };
 
     void numberMaps();
-    Seen look(std::size_t index) const;
+    Seen look(std::size_t index);
     void describe(const Seen& seen, const std::optional<cv::Point2d>& place, FrameReport& report) const;
     void describeJoint(const brantel_frame& frame, const std::optional<cv::Point2d>& place,
                        FrameReport& report) const;
     bool standsStillAgainstExpectation(const FrameReport& report) const;
     FinishedMosaic mosaicOf(std::int32_t map) const;
+    static bool isOpen(const Seen& seen);
+    void tellIfChanged(std::size_t index);
 
     std::unique_ptr<Session> session_;
     std::int32_t& mosaics_;
     Tell tell_;
-    std::vector<Entry> entries_;         // by the session's indices
-    bool othersMayDiffer_ = false;       // from what was told of them
+    std::vector<Entry> entries_;     // by the session's indices
+    std::vector<std::size_t> open_;  // entries that a later frame may decide on, or that were never told
+    bool mapsMoved_ = false;         // so that any entry may differ from what was told
+    std::optional<std::size_t> lastPlaced_;
     std::vector<std::int32_t> numbers_;  // by the session's maps; 0: no mosaic yet
 };
 

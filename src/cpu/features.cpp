@@ -32,11 +32,6 @@ const std::uint8_t* CpuEngine::previousGrey() const {
     return ownImage ? previousSide.grey.data() : templateGrey.data();
 }
 
-/// True when the template's features are at hand for the shift that this call expects.
-bool CpuEngine::templateServes() const {
-    return mosaic.templateState == TemplateState::described && sameShift(describedFor, expected);
-}
-
 void CpuEngine::describeSide(const Log& to, CpuSide& side, const std::uint8_t* grey,
                              const ExpectedShift& shift, const DetectionHelp* help) const {
     if (shift.use) {
@@ -50,19 +45,14 @@ void CpuEngine::describeSide(const Log& to, CpuSide& side, const std::uint8_t* g
 }
 
 void CpuEngine::describePrevious() {
-    TemplateState& state = mosaic.templateState;
-    if (state == TemplateState::none) {
+    if (mosaic.templateState == TemplateState::none) {
         // Black, in which nothing is found: the old mosaic's last frame must not place frames on a new one (quirk 10).
         const std::int64_t bytes = frame.pixels() + frame.cols;
         previousSide.grey.ensure(bytes);
         std::memset(previousSide.grey.data(), 0, static_cast<std::size_t>(bytes));
     }
-    if (state == TemplateState::described) state = TemplateState::placed;
-    describeSide(log, previousSide, previousGrey(), expected, nullptr);
-    // A template without corners is described again each time: it has something to say about that.
-    if (state != TemplateState::placed || previousSide.features.corners.empty()) return;
-    state = TemplateState::described;
-    describedFor = expected;
+    describeTemplate(previousSide.features,
+                     [&] { describeSide(log, previousSide, previousGrey(), expected, nullptr); });
 }
 
 bool CpuEngine::imageMosaicFun() {
@@ -80,8 +70,7 @@ void CpuEngine::registerAlone() {
     describeSide(log, currentSide, currentSide.grey.data(), expected, idle.isBusy() ? nullptr : &help);
     if (templateServes()) return;
     if (idle.finish()) {
-        mosaic.templateState = TemplateState::described;
-        describedFor = expected;
+        templateIsDescribed();
         return;
     }
     previousSide.features.corners.clear();

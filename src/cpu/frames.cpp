@@ -51,8 +51,7 @@ bool CpuEngine::takeFrames(const StitchCall& call) {
 void CpuEngine::keepTemplate() {
     if (!begins()) return;
     templateGrey.swap(previousSide.grey);
-    describedFor = expected;
-    mosaic.templateState = TemplateState::described;
+    templateIsDescribed();
 }
 
 void CpuEngine::keepAsLastSeen() {

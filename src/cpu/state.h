@@ -56,8 +56,6 @@ class CpuEngine final : public Engine {
     std::int64_t frameCapacity = 0;
     /// Only the template's grey image is ever looked at, so only that is kept, with a zeroed row behind it.
     Buffer<std::uint8_t> templateGrey;
-    /// What previousSide's features are for while the template is described.
-    ExpectedShift describedFor;
     CpuSide previousSide{FrameRole::previous};  // its grey image: the first frame of a new mosaic, or black
     CpuSide currentSide{FrameRole::current};
     const std::uint8_t* current = nullptr;  // the current frame at working size, within a call
@@ -109,7 +107,6 @@ class CpuEngine final : public Engine {
     void keepApart(const StitchCall& call);
     bool beginMosaic(const StitchCall& call);
     const std::uint8_t* previousGrey() const;
-    bool templateServes() const;
     void registerAlone();
     void describePrevious();
     bool registerInto(StitchFlags& found);

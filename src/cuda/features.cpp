@@ -124,21 +124,11 @@ void CudaEngine::describeSide(CudaSide& side) const {
     describeCorners(log, side.features, host.grey, frame.rows, frame.cols, side.scratch, nullptr);
 }
 
-/// True when the template's features are at hand for the shift that this call expects.
-bool CudaEngine::templateServes() const {
-    return mosaic.templateState == TemplateState::described && sameShift(describedFor, expected);
-}
-
-/// On a worker. The features of a template are kept until it changes, unless it has none: then every call says so.
+/// On a worker.
 void CudaEngine::describePrevious() {
     const OnMosaicDevice device;
     device.require();
-    TemplateState& state = mosaic.templateState;
-    if (state == TemplateState::described) state = TemplateState::placed;
-    describeSide(previousSide);
-    if (state != TemplateState::placed || previousSide.features.corners.empty()) return;
-    state = TemplateState::described;
-    describedFor = expected;
+    describeTemplate(previousSide.features, [&] { describeSide(previousSide); });
 }
 
 bool CudaEngine::imageMosaicFun() {

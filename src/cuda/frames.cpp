@@ -103,8 +103,7 @@ void CudaEngine::keepTemplate() {
     if (!begins()) return;
     std::memcpy(templateFrame.data(), previousSide.reduced.data(), static_cast<std::size_t>(frame.bytes()));
     templateOnDevice = true;
-    mosaic.templateState = TemplateState::described;
-    describedFor = expected;
+    templateIsDescribed();
 }
 
 /// The old reference's memory is the next frame's.

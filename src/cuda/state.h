@@ -90,8 +90,6 @@ class CudaEngine final : public Engine {
     CudaSide previousSide;
     CudaSide currentSide;
     Buffer<std::uint8_t> templateFrame;  // host copy of the template of the next call
-    /// What previousSide's features are for while the template is described.
-    ExpectedShift describedFor;
     /// previousSide.frame holds the template, too, so that a continuing call need not bring it there. Blending
     /// makes the template in that buffer; whoever puts something else there clears this first.
     bool templateOnDevice = false;
@@ -159,7 +157,6 @@ class CudaEngine final : public Engine {
     void filterOverlap();
     bool finishZeroSum();
     void requireZeroSum();
-    bool templateServes() const;
     void describePrevious();
     bool begins() const { return mosaic.templateState == TemplateState::first; }
 

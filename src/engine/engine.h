@@ -47,7 +47,8 @@ class Engine {
     CornerTuning tuning;
     std::int32_t limitA = 0;  // factors of the canvas area limit
     std::int32_t limitB = 0;
-    ExpectedShift expected;  // of the present call
+    ExpectedShift expected;      // of the present call
+    ExpectedShift describedFor;  // what the template's features are for while it is described
     Mosaic mosaic;
     WorkerPair workers{log};
     EstimationScratch estimation;
@@ -88,6 +89,20 @@ class Engine {
     /// The same with a previous frame whose features are known. The workers are idle during the job.
     bool registerFrame(Job matchJob, const FrameFeatures& previous, FrameFeatures& current,
                        StitchFlags& found);
+
+    /// True when the template's features are at hand for the shift that this call expects.
+    bool templateServes() const;
+    /// The template's features were found for the shift that this call expects: they are kept until it changes.
+    void templateIsDescribed();
+    /// Around describing the template once more. Features that were found are kept, unless there are none: a template
+    /// without corners is described each time, since it has something to say about that.
+    template <class Describe>
+    void describeTemplate(const FrameFeatures& features, Describe&& describe) {
+        TemplateState& state = mosaic.templateState;
+        if (state == TemplateState::described) state = TemplateState::placed;
+        describe();
+        if (state == TemplateState::placed && !features.corners.empty()) templateIsDescribed();
+    }
 
     /// To be called by a step whose device failed: the mosaic is put back as it was before the call.
     void breakOff() { brokeOff_ = true; }

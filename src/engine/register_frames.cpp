@@ -1,7 +1,17 @@
-// The hand-off of a frame pair to the workers and the estimation of its offset, the same for all backends.
+// The hand-off of a frame pair to the workers and the estimation of its offset, the same for all backends; and for which
+// expected shift the template's features are kept.
 #include "engine/engine.h"
 
 namespace brantel {
+
+bool Engine::templateServes() const {
+    return mosaic.templateState == TemplateState::described && sameShift(describedFor, expected);
+}
+
+void Engine::templateIsDescribed() {
+    mosaic.templateState = TemplateState::described;
+    describedFor = expected;
+}
 
 bool Engine::registerFrames(Job modelJob, Job matchJob, FrameFeatures& previous, FrameFeatures& current,
                             StitchFlags& found) {

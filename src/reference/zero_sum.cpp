@@ -1,6 +1,5 @@
 #include "reference/zero_sum.h"
 
-#include <algorithm>
 #include <vector>
 
 #include "compose/bands.h"
@@ -42,11 +41,8 @@ Image transposed(const Image& image, std::int32_t rows, std::int32_t cols) {
 }
 
 /// First and last row, the first 10 columns and the last 11.
-void clearEdges(const Log& log, std::uint8_t* image, std::int32_t rows, std::int32_t cols) {
-    zeroRowBand8(log, image, rows, cols, 0, 1);
-    zeroRowBand8(log, image, rows, cols, rows - 1, rows);
-    zeroColumnBand8(log, image, rows, cols, 0, std::min(10, cols));
-    zeroColumnBand8(log, image, rows, cols, std::max(cols - 11, 0), cols);
+bool isEdge(std::int32_t r, std::int32_t c, std::int32_t rows, std::int32_t cols) {
+    return r == 0 || r == rows - 1 || c < 10 || c >= cols - 11;
 }
 
 }  // namespace
@@ -59,7 +55,9 @@ std::vector<std::uint8_t> zeroSumImage(const Log& log, const std::uint8_t* grey,
     const Image alongRows = filteredRows(log, everySecond(grey, rows, cols), halfRows, halfCols);
     const Image turned = filteredRows(log, transposed(alongRows, halfRows, halfCols), halfCols, halfRows);
     Image both = transposed(turned, halfCols, halfRows);
-    clearEdges(log, both.data(), halfRows, halfCols);
+    for (std::int32_t r = 0; r < halfRows; ++r)
+        for (std::int32_t c = 0; c < halfCols; ++c)
+            if (isEdge(r, c, halfRows, halfCols)) both[static_cast<std::size_t>(r * halfCols + c)] = 0;
     return both;
 }
 

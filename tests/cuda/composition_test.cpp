@@ -11,6 +11,7 @@
 #include "support/output_capture.h"
 #include "support/picture.h"
 #include "support/session.h"
+#include "support/stitch_on.h"
 
 namespace brantel::test {
 namespace {
@@ -42,21 +43,7 @@ class CudaComposition : public testing::TestWithParam<std::tuple<std::int32_t, s
         for (std::uint8_t& sample : frame) sample = std::max<std::uint8_t>(sample, 1);
         return frame;
     }
-    StitchOutputs stitch(Frame* first, Frame frame) {
-        StitchOutputs out;
-        captureOutput([&] {
-            out.result = engine.stichingImagedJoint({first != nullptr ? first->data() : nullptr,
-                                                     frame.data(),
-                                                     first != nullptr ? 0 : 1,
-                                                     1,
-                                                     {},
-                                                     &out.minCorner,
-                                                     &out.maxCorner,
-                                                     &out.mosaic,
-                                                     &out.flags});
-        });
-        return out;
-    }
+    StitchOutputs stitch(Frame* first, const Frame& frame) { return stitchOn(engine, first, frame); }
     /// The canvas holds the blend of what was there and the frame, which is the template now, on the host and on the device.
     void expectMerged(const Frame& cut, const Frame& frame, const StitchOutputs& out) {
         const Frame placed = windowOf(out.mosaic, {out.flags.frameX, out.flags.frameY}, size());

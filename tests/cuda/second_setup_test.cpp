@@ -10,6 +10,7 @@
 #include "support/output_capture.h"
 #include "support/picture.h"
 #include "support/session.h"
+#include "support/stitch_on.h"
 
 namespace brantel::test {
 namespace {
@@ -21,23 +22,6 @@ constexpr std::int32_t cols = 322;
 constexpr StitchModes byBrightness{0, 0};
 constexpr StitchModes byMotion{1, 0};
 constexpr StitchModes byMotionStrictly{1, 1};
-
-StitchOutputs stitchOn(Engine& engine, Frame* first, Frame frame, Lines* lines = nullptr) {
-    StitchOutputs out;
-    const Lines written = captureLines([&] {
-        out.result = engine.stichingImagedJoint({first != nullptr ? first->data() : nullptr,
-                                                 frame.data(),
-                                                 first != nullptr ? 0 : 1,
-                                                 1,
-                                                 {},
-                                                 &out.minCorner,
-                                                 &out.maxCorner,
-                                                 &out.mosaic,
-                                                 &out.flags});
-    });
-    if (lines != nullptr) *lines = written;
-    return out;
-}
 
 class CudaSecondSetup : public testing::TestWithParam<std::int32_t> {
   protected:

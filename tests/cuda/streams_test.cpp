@@ -9,6 +9,7 @@
 #include "cuda/state.h"
 #include "support/camera_path.h"
 #include "support/output_capture.h"
+#include "support/stitch_on.h"
 
 namespace brantel::test {
 namespace {
@@ -111,23 +112,6 @@ TEST_P(CudaStream, ASlowCameraIsPlacedInStrides) {
     EXPECT_GE(cuda.report.skipped, 10) << cuda.report.summary();
     expectSamePlacement(cuda.report, cpu.report);
     EXPECT_LE(largestDifference(cuda.mosaic, cpu.mosaic), allowedDifference(cuda.report, channels()));
-}
-
-/// A frame stitched by an engine; with a first frame it begins a mosaic.
-StitchOutputs stitchOn(CudaEngine& engine, Frame* first, Frame frame) {
-    StitchOutputs out;
-    captureOutput([&] {
-        out.result = engine.stichingImagedJoint({first != nullptr ? first->data() : nullptr,
-                                                 frame.data(),
-                                                 first != nullptr ? 0 : 1,
-                                                 1,
-                                                 {},
-                                                 &out.minCorner,
-                                                 &out.maxCorner,
-                                                 &out.mosaic,
-                                                 &out.flags});
-    });
-    return out;
 }
 
 struct Side {
