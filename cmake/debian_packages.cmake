@@ -43,6 +43,6 @@ debian_package(python python3-brantel python "the module for Python 3" EVERY_MAC
   NEEDS ${library} "python3 (>= 3.9)" python3-numpy SCRIPTS prerm)
 if(BRANTEL_PROGRAMS)
   debian_package(tools brantel-tools graphics
-    "the programs brantel-stitch, which makes mosaics, and brantel-scan, which makes camera scans with known truth"
+    "the programs brantel-stitch, which makes mosaics, brantel-render, which renders a scan at full depth, and brantel-scan, which makes camera scans with known truth"
     BINARIES NEEDS ${library})
 endif()

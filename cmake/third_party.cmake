@@ -23,6 +23,9 @@ install(FILES ${PROJECT_SOURCE_DIR}/docs/third-party.md DESTINATION ${notices_di
 third_party(runtime libhwy-dev)
 if(BRANTEL_PROGRAMS)
   third_party(tools libcli11-dev nlohmann-json3-dev)
+  if(BRANTEL_RENDER)
+    third_party(tools libeigen3-dev)
+  endif()
 endif()
 
 if(WIN32 AND CMAKE_CROSSCOMPILING)

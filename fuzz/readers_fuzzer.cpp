@@ -1,5 +1,5 @@
-// What the programs read out of other people's hands: picture files, tables of positions, the values of options, command
-// lines. A text or file that is not understood is refused by an InputError or by nothing in place of a value; nothing else
+// What the programs read out of other people's hands: picture files, tables of positions, reports, the values of options,
+// command lines. A text or file that is not understood is refused by an InputError or by nothing in place of a value; nothing else
 // may happen.
 #include <fuzzer/FuzzedDataProvider.h>
 #include <unistd.h>
@@ -17,6 +17,12 @@
 #include "stitch/options.h"
 #include "stitch/positions.h"
 #include "system/files.h"
+
+#if defined(BRANTEL_READS_REPORTS)
+#include <sstream>
+
+#include "render/scan_frames.h"
+#endif
 
 namespace {
 
@@ -76,6 +82,17 @@ void readPicture(FuzzedDataProvider& data) {
     std::remove(path.c_str());
 }
 
+#if defined(BRANTEL_READS_REPORTS)
+void readReport(FuzzedDataProvider& data) {
+    std::istringstream lines(data.ConsumeRemainingBytesAsString());
+    try {
+        const programs::ScanFrames scan = programs::scanFramesOf(programs::readScanReport(lines, "report"));
+        (void)programs::extentsOf(scan.frames, {640, 480});
+    } catch (const programs::InputError&) {
+    }
+}
+#endif
+
 void readCommandLine(FuzzedDataProvider& data) {
     std::vector<std::string> words{"brantel-stitch"};
     while (words.size() < 12 && data.remaining_bytes() > 0)
@@ -111,6 +128,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
         case 2:
             readCommandLine(data);
             break;
+#if defined(BRANTEL_READS_REPORTS)
+        case 3:
+            readReport(data);
+            break;
+#endif
         default:
             readPicture(data);
     }

@@ -17,7 +17,9 @@ struct Origin {
     std::int64_t bytes = -1;     ///< of the whole file; -1: not known
     std::int64_t modified = 0;   ///< nanoseconds since 1970
     std::optional<Range> range;  ///< the stored values that have become 1 and 255; nothing: stored in 8 bits
-    std::string kept;            ///< the file that the frame was written to
+    std::string kept;            ///< the file that the frame was written to; "": none
+    std::int64_t keptBytes = 0;
+    std::int64_t keptModified = 0;
 };
 
 struct Frame {

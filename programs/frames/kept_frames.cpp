@@ -5,6 +5,7 @@
 #include "pictures/image_io.h"
 #include "system/files.h"
 #include "system/out_of_memory.h"
+#include "system/platform.h"
 
 namespace brantel::programs {
 
@@ -23,6 +24,15 @@ void makeFolder(const fs::path& folder) {
     requireWritable(folder / "frame_000001.png");
 }
 
+void describe(const fs::path& path, Origin& origin) {
+    std::error_code error;
+    origin.kept = fs::absolute(path, error).lexically_normal().u8string();
+    const std::optional<FileFacts> facts = factsOf(path);
+    if (!facts) return;
+    origin.keptBytes = facts->bytes;
+    origin.keptModified = facts->modified;
+}
+
 class KeepingFrames : public FrameSource {
   public:
     KeepingFrames(std::unique_ptr<FrameSource> source, fs::path folder)
@@ -36,8 +46,7 @@ class KeepingFrames : public FrameSource {
         const fs::path path = folder_ / name;
         try {
             writeQuickly(path, frame.image);
-            std::error_code error;
-            frame.origin.kept = fs::absolute(path, error).lexically_normal().u8string();
+            describe(path, frame.origin);
         } catch (const std::exception& error) {
             frame.notKept = isOutOfMemory(error) ? "out of memory" : error.what();
         }

@@ -42,11 +42,6 @@ bool isCamera(const std::string& input) {
     return isAddress(input) || (facts && facts->characterDevice);
 }
 
-/// By its name or, where that says nothing, by its first bytes.
-bool isPicture(const fs::path& path) {
-    return isPictureName(path) || isReadableKind(kindOf(path));
-}
-
 /// Opening a pipe would wait for whoever writes into it.
 void requireFile(const std::string& input) {
     const std::optional<FileFacts> facts = factsOf(fs::u8path(input));
@@ -80,6 +75,10 @@ std::unique_ptr<FrameSource> openLive(const SourceSettings& settings, const Inpu
 }
 
 }  // namespace
+
+bool isPicture(const fs::path& path) {
+    return isPictureName(path) || isReadableKind(kindOf(path));
+}
 
 std::vector<fs::path> picturesIn(const fs::path& folder) {
     std::vector<fs::path> pictures;

@@ -40,6 +40,9 @@ Inputs listInputs(const std::vector<std::string>& inputs);
 /// Throws InputError.
 std::unique_ptr<FrameSource> openSource(const SourceSettings& settings, const Inputs& inputs);
 
+/// True for what is read as a picture: by its name or, where that says nothing, by its first bytes.
+bool isPicture(const std::filesystem::path& path);
+
 /// The pictures of a folder in natural order. Throws InputError when it cannot be read.
 std::vector<std::filesystem::path> picturesIn(const std::filesystem::path& folder);
 

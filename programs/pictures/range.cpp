@@ -12,7 +12,6 @@ namespace brantel::programs {
 namespace {
 
 constexpr double darkest = 1;
-constexpr double brightest = 255;
 constexpr double outside = 0.001;        // part of the samples below an automatic range, and above
 constexpr double bearablyBright = 0.02;  // part of a picture that may be above the range
 constexpr std::int64_t samplesEach = 1 << 20;
@@ -61,10 +60,19 @@ double percentile(std::vector<double>& samples, double part) {
 }
 
 /// Comparing in this way turns what is no number into the darkest value.
-std::uint8_t toned(double sample, const Range& range, double factor) {
-    if (!(sample > range.low)) return static_cast<std::uint8_t>(darkest);
-    if (sample >= range.high) return static_cast<std::uint8_t>(brightest);
-    return static_cast<std::uint8_t>(std::floor(darkest + (sample - range.low) * factor + 0.5));
+template <class Sample>
+Sample toned(double sample, const Range& range, double factor) {
+    if (!(sample > range.low)) return static_cast<Sample>(darkest);
+    constexpr double brightest = std::numeric_limits<Sample>::max();
+    if (sample >= range.high) return static_cast<Sample>(brightest);
+    // In a range that is hardly one the factor has no end.
+    return static_cast<Sample>(
+        std::min(brightest, std::floor(darkest + (sample - range.low) * factor + 0.5)));
+}
+
+template <class Sample>
+double factorFor(const Range& range) {
+    return (std::numeric_limits<Sample>::max() - darkest) / (range.high - range.low);
 }
 
 }  // namespace
@@ -115,7 +123,7 @@ Toned Tones::apply(const cv::Mat& samples) const {
     const std::optional<Range> range = rangeFor(samples);
     if (!range || samples.empty()) return {samples, std::nullopt, std::nullopt};
     Toned result{cv::Mat(samples.size(), CV_8UC(samples.channels())), range, std::nullopt};
-    const double factor = (brightest - darkest) / (range->high - range->low);
+    const auto factor = factorFor<std::uint8_t>(*range);
     std::int64_t above = 0;
     double highest = range->high;
     cv::Mat row;
@@ -123,7 +131,7 @@ Toned Tones::apply(const cv::Mat& samples) const {
         samples.row(r).reshape(1).convertTo(row, CV_64F);
         std::uint8_t* to = result.picture.ptr(r);
         for (const double sample : cv::Mat_<double>(row)) {
-            *to++ = toned(sample, *range, factor);
+            *to++ = toned<std::uint8_t>(sample, *range, factor);
             if (!(sample > range->high)) continue;
             ++above;
             highest = std::max(highest, sample);
@@ -131,6 +139,18 @@ Toned Tones::apply(const cv::Mat& samples) const {
     }
     const auto all = static_cast<double>(samples.total()) * samples.channels();
     if (static_cast<double>(above) > bearablyBright * all) result.beyond = highest;
+    return result;
+}
+
+cv::Mat deepened(const cv::Mat& samples, const Range& range) {
+    cv::Mat result(samples.size(), CV_16UC(samples.channels()));
+    const auto factor = factorFor<std::uint16_t>(range);
+    cv::Mat row;
+    for (std::int32_t r = 0; r < samples.rows; ++r) {
+        samples.row(r).reshape(1).convertTo(row, CV_64F);
+        auto* to = result.ptr<std::uint16_t>(r);
+        for (const double sample : cv::Mat_<double>(row)) *to++ = toned<std::uint16_t>(sample, range, factor);
+    }
     return result;
 }
 

@@ -62,4 +62,7 @@ class Tones {
     std::optional<Range> learnt_;
 };
 
+/// The samples in 16 bits: those at the ends of the range and beyond become 1 and 65535.
+cv::Mat deepened(const cv::Mat& samples, const Range& range);
+
 }  // namespace brantel::programs

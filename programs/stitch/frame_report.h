@@ -37,14 +37,15 @@ struct FrameReport {
     std::int32_t foundBy = 0;      ///< as in brantel_frame
     double confidence = 0;
     std::int32_t matches = 0;
-    std::size_t joins = 0;          ///< number of the frame that it was joined to; 0: none
-    std::optional<Shift> offset;    ///< against that frame
-    std::int32_t attempts = 0;      ///< calls of the library
-    bool usedExpected = false;      ///< the last of them looked nowhere but at the expected shift
-    std::optional<Shift> expected;  ///< as known beforehand, used or not
-    bool contradicts = false;       ///< it lies elsewhere than was said beforehand
-    double milliseconds = 0;        ///< time in the library
-    std::optional<Told> before;     ///< it was reported before
+    std::size_t joins = 0;             ///< number of the frame that it was joined to; 0: none
+    std::optional<Shift> offset;       ///< against that frame
+    std::int32_t attempts = 0;         ///< calls of the library
+    bool usedExpected = false;         ///< the last of them looked nowhere but at the expected shift
+    std::optional<Shift> expected;     ///< as known beforehand, used or not
+    std::optional<cv::Point2d> stage;  ///< where positions or a grid say that it lies, pixels
+    bool contradicts = false;          ///< it lies elsewhere than was said beforehand
+    double milliseconds = 0;           ///< time in the library
+    std::optional<Told> before;        ///< it was reported before
 };
 
 inline Told saidBy(const FrameReport& report) {

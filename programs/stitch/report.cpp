@@ -3,9 +3,9 @@
 #include <brantel/session.h>
 
 #include <cmath>
-#include <cstdio>
-#include <ctime>
 #include <nlohmann/json.hpp>
+
+#include "system/time_text.h"
 
 namespace brantel::programs {
 
@@ -14,27 +14,9 @@ namespace {
 // Keeps the order in which the entries are made.
 using Json = nlohmann::ordered_json;
 
-Json point(cv::Point at) {
+template <class Number>
+Json point(const cv::Point_<Number>& at) {
     return {{"x", at.x}, {"y", at.y}};
-}
-
-/// "2024-11-21T17:16:00.123456789Z".
-std::string timeText(std::int64_t nanoseconds) {
-    constexpr std::int64_t second = 1000000000;
-    std::int64_t fraction = nanoseconds % second;
-    if (fraction < 0) fraction += second;
-    const auto whole = static_cast<std::time_t>((nanoseconds - fraction) / second);
-    std::tm utc{};
-#if defined(_WIN32)
-    gmtime_s(&utc, &whole);
-#else
-    gmtime_r(&whole, &utc);
-#endif
-    char text[80];
-    std::snprintf(text, sizeof text, "%04d-%02d-%02dT%02d:%02d:%02d.%09lldZ", utc.tm_year + 1900,
-                  utc.tm_mon + 1, utc.tm_mday, utc.tm_hour, utc.tm_min, utc.tm_sec,
-                  static_cast<long long>(fraction));
-    return text;
 }
 
 Json pair(const Range& range) {
@@ -48,7 +30,10 @@ void addOrigin(const Origin& origin, Json& entry) {
     entry["bytes"] = isFile ? Json(origin.bytes) : Json();
     entry["modified"] = isFile ? Json(timeText(origin.modified)) : Json();
     entry["range"] = origin.range ? pair(*origin.range) : Json();
-    if (!origin.kept.empty()) entry["kept"] = origin.kept;
+    if (origin.kept.empty()) return;
+    entry["kept"] = origin.kept;
+    entry["kept_bytes"] = origin.keptBytes;
+    entry["kept_modified"] = timeText(origin.keptModified);
 }
 
 const char* stateOf(const FrameReport& frame) {
@@ -74,8 +59,13 @@ void addMeasures(const FrameReport& frame, Json& entry) {
     entry["expected"] = frame.expected ? point(*frame.expected) : Json();
     entry["used_expected"] = frame.usedExpected;
     entry["contradicts_expected"] = frame.contradicts;
+    entry["stage"] = frame.stage ? point(*frame.stage) : Json();
     entry["attempts"] = frame.attempts;
     entry["milliseconds"] = std::round(frame.milliseconds * 1000) / 1000;
+}
+
+const char* nameOf(Channels channels) {
+    return channels == Channels::grey ? "grey" : channels == Channels::colour ? "colour" : "as stored";
 }
 
 Json settingsEntry(const SessionSettings& settings) {
@@ -110,6 +100,8 @@ std::string runLine(const RunSummary& summary) {
                         {"version", BRANTEL_VERSION},
                         {"inputs", summary.inputs},
                         {"output", summary.output},
+                        {"channels", nameOf(summary.channels)},
+                        {"pixel_size", summary.pixelSize > 0 ? Json(summary.pixelSize) : Json()},
                         {"settings", settingsEntry(summary.settings)}};
     return line({{"run", entry}});
 }

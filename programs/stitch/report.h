@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "pictures/channels.h"
 #include "stitch/frame_report.h"
 #include "stitch/session.h"
 #include "stitch/tally.h"
@@ -26,11 +27,13 @@ struct RunSummary {
     std::vector<SavedMosaic> mosaics;
     std::vector<std::string> inputs;
     std::string output;
-    bool positionsKnown = false;  ///< expected offsets are measured ones and worth comparing with
-    double seconds = 0;           ///< from the first frame to the last, with reading
-    std::size_t dropped = 0;      ///< frames of a camera that nobody had time for
-    bool interrupted = false;     ///< ended by a signal
-    bool stopped = false;         ///< ended by a lost frame
+    Channels channels = Channels::asStored;  ///< asked for; as stored: of the first frame that can be read
+    double pixelSize = 0;                    ///< micrometres; 0: not known
+    bool positionsKnown = false;             ///< expected offsets are measured ones and worth comparing with
+    double seconds = 0;                      ///< from the first frame to the last, with reading
+    std::size_t dropped = 0;                 ///< frames of a camera that nobody had time for
+    bool interrupted = false;                ///< ended by a signal
+    bool stopped = false;                    ///< ended by a lost frame
 };
 
 /// Every function gives one line with its end. Numbers that are none are null.

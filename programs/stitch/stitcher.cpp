@@ -17,6 +17,7 @@ void Stitcher::take(Frame frame) {
         return;
     }
     current.place = expectation_.placeOf(current.frame);
+    if (expectation_.measured()) current.report.stage = current.place;
     if (track_)
         addTo(current);
     else if (reference_)

@@ -22,6 +22,8 @@ RunSummary beginningOf(const Options& options, const Expectation& expectation) {
     if (!options.source.watched.empty()) summary.inputs = {options.source.watched};
     for (std::string& input : summary.inputs) input = withoutPassword(input);
     summary.output = options.output;
+    summary.channels = options.source.reading.channels;
+    summary.pixelSize = options.pixelSize;
     return summary;
 }
 

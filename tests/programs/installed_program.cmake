@@ -1,11 +1,20 @@
 # The installed programs find the library relative to themselves.
 # cmake -DBUILD=... -DWORK=... -P installed_program.cmake
 file(REMOVE_RECURSE ${WORK})
-foreach(step "--install;${BUILD};--prefix;${WORK}/first" "-E;rename;${WORK}/first;${WORK}/moved"
-    "-E;env;--unset=LD_LIBRARY_PATH;${WORK}/moved/bin/brantel-stitch;--version"
-    "-E;env;--unset=LD_LIBRARY_PATH;${WORK}/moved/bin/brantel-scan;--version")
-  execute_process(COMMAND ${CMAKE_COMMAND} ${step} RESULT_VARIABLE status OUTPUT_QUIET)
+function(run)
+  execute_process(COMMAND ${CMAKE_COMMAND} ${ARGN} RESULT_VARIABLE status OUTPUT_QUIET)
   if(NOT status EQUAL 0)
-    message(FATAL_ERROR "${step}: ${status}")
+    message(FATAL_ERROR "${ARGN}: ${status}")
   endif()
+endfunction()
+
+run(--install ${BUILD} --prefix ${WORK}/first)
+run(-E rename ${WORK}/first ${WORK}/moved)
+file(GLOB programs ${WORK}/moved/bin/brantel-*)
+list(LENGTH programs count)
+if(count LESS 2)
+  message(FATAL_ERROR "the programs are not installed")
+endif()
+foreach(program IN LISTS programs)
+  run(-E env --unset=LD_LIBRARY_PATH ${program} --version)
 endforeach()

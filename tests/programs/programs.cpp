@@ -21,6 +21,9 @@ std::string contents(const std::string& name) {
 Outcome shell(const std::string& line) {
     setenv("STITCH", BRANTEL_STITCH, 1);
     setenv("SCAN", BRANTEL_SCAN, 1);
+#if defined(BRANTEL_RENDER)
+    setenv("RENDER", BRANTEL_RENDER, 1);
+#endif
     const int status = std::system(("{ " + line + "\n} >out.txt 2>err.txt </dev/null").c_str());
     return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), contents("out.txt"),
             contents("err.txt")};

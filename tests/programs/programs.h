@@ -13,7 +13,7 @@ struct Outcome {
     std::string err;
 };
 
-/// A line for the shell, in which $STITCH and $SCAN are the programs.
+/// A line for the shell, in which $STITCH, $SCAN and, where it is tested, $RENDER are the programs.
 Outcome shell(const std::string& line);
 
 /// brantel-stitch with these arguments.

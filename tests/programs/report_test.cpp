@@ -114,13 +114,22 @@ TEST(FrameLine, TellsHowToReadTheFrameAgain) {
 
 TEST(FrameLine, OfWhatIsInNoFileNamesTheKeptFrame) {
     FrameReport frame = placedFrame("input#3", {30, 0});
-    frame.origin = {"", 3, -1, 0, std::nullopt, "/kept/frame_000003.png"};
+    frame.origin = {"", 3, -1, 0, std::nullopt, "/kept/frame_000003.png", 4321, 1700000000123456789};
     const Json entry = lineOf(frame);
     EXPECT_TRUE(entry["path"].is_null());
     EXPECT_TRUE(entry["bytes"].is_null());
     EXPECT_TRUE(entry["modified"].is_null());
     EXPECT_TRUE(entry["range"].is_null());
     EXPECT_EQ(entry["kept"], "/kept/frame_000003.png");
+    EXPECT_EQ(entry["kept_bytes"], 4321);
+    EXPECT_EQ(entry["kept_modified"], "2023-11-14T22:13:20.123456789Z");
+}
+
+TEST(FrameLine, HoldsTheStagesPosition) {
+    FrameReport frame = placedFrame("a.png", {30, 0});
+    EXPECT_TRUE(lineOf(frame)["stage"].is_null());
+    frame.stage = cv::Point2d(-30.5, 2);
+    EXPECT_EQ(lineOf(frame)["stage"], Json({{"x", -30.5}, {"y", 2.0}}));
 }
 
 TEST(FrameLine, StaysValidWithAnyFileName) {
@@ -158,6 +167,12 @@ TEST(OtherLines, AreObjectsOfOneName) {
     RunSummary run;
     run.inputs = {"scan"};
     EXPECT_EQ(Json::parse(runLine(run))["run"]["inputs"][0], "scan");
+    EXPECT_EQ(Json::parse(runLine(run))["run"]["channels"], "as stored");
+    EXPECT_TRUE(Json::parse(runLine(run))["run"]["pixel_size"].is_null());
+    run.channels = Channels::colour;
+    run.pixelSize = 0.65;
+    EXPECT_EQ(Json::parse(runLine(run))["run"]["channels"], "colour");
+    EXPECT_EQ(Json::parse(runLine(run))["run"]["pixel_size"], 0.65);
 }
 
 TEST(Table, NamesReasonsAndMosaics) {

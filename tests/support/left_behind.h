@@ -64,7 +64,8 @@ void expectNothingLeftBehind(Round round) {
     EXPECT_LE(grown, 4000);
     EXPECT_LE(before.residentBytes - first.residentBytes, 1 << 20);
     std::printf("resident %+lld bytes, heap %+lld bytes in 100 rounds\n",
-                static_cast<long long>(before.residentBytes - first.residentBytes), static_cast<long long>(grown));
+                static_cast<long long>(before.residentBytes - first.residentBytes),
+                static_cast<long long>(grown));
 }
 
 }  // namespace brantel::test
