@@ -39,18 +39,32 @@ void LightEquations::addPriors() {
     }
 }
 
-void LightEquations::addCell(int channel, const LightCell& cell, const Surface::Vector& difference,
-                             double weight) {
+void LightEquations::addCells(int channel, const std::vector<LightCell>& cells,
+                              const Differences& differences, const Eigen::VectorXd& weights) {
+    if (surfaces_) {
+        const Differences weighted = weights.asDiagonal() * differences;
+        dense_.block<Surface::terms, Surface::terms>(at(channel), at(channel)).noalias() +=
+            differences.transpose() * weighted;
+        Eigen::VectorXd ratios(differences.rows());
+        for (Eigen::Index k = 0; k < ratios.size(); ++k)
+            ratios[k] = cells[static_cast<std::size_t>(k)].ratio[static_cast<std::size_t>(channel)];
+        right_.segment<Surface::terms>(at(channel)).noalias() += weighted.transpose() * ratios;
+        for (Eigen::Index k = 0; k < ratios.size(); ++k)
+            couple(channel, cells[static_cast<std::size_t>(k)], weighted.row(k));
+    }
+    for (std::size_t k = 0; k < cells.size(); ++k)
+        tie(channel, cells[k], weights[static_cast<Eigen::Index>(k)]);
+}
+
+void LightEquations::couple(int channel, const LightCell& cell, const Surface::Row& weighted) {
+    coupling_.block<1, Surface::terms>(static_cast<Eigen::Index>(cell.first), at(channel)) -= weighted;
+    coupling_.block<1, Surface::terms>(static_cast<Eigen::Index>(cell.second), at(channel)) += weighted;
+}
+
+void LightEquations::tie(int channel, const LightCell& cell, double weight) {
     const double ratio = cell.ratio[static_cast<std::size_t>(channel)];
     const auto first = static_cast<Eigen::Index>(cell.first);
     const auto second = static_cast<Eigen::Index>(cell.second);
-    if (surfaces_) {
-        dense_.block<Surface::terms, Surface::terms>(at(channel), at(channel)) +=
-            weight * difference * difference.transpose();
-        right_.segment<Surface::terms>(at(channel)) += weight * ratio * difference;
-        coupling_.block<1, Surface::terms>(first, at(channel)) -= weight * difference.transpose();
-        coupling_.block<1, Surface::terms>(second, at(channel)) += weight * difference.transpose();
-    }
     if (ties_.empty() || ties_.back().first != first || ties_.back().second != second)
         ties_.push_back({first, second, 0});
     ties_.back().weight += weight;

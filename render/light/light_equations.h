@@ -17,8 +17,12 @@ class LightEquations {
 
     LightEquations(int channels, std::size_t frames, bool surfaces, bool gains);
 
-    /// ratio + gain(first) - gain(second) - surface(difference) shall be 0.
-    void addCell(int channel, const LightCell& cell, const Surface::Vector& difference, double weight);
+    /// A row for every cell: what the surfaces' terms differ by between its two places.
+    using Differences = Eigen::Matrix<double, Eigen::Dynamic, Surface::terms>;
+
+    /// For all cells ratio + gain(first) - gain(second) - surface(difference) shall be 0.
+    void addCells(int channel, const std::vector<LightCell>& cells, const Differences& differences,
+                  const Eigen::VectorXd& weights);
     /// surface(point) + plane(point) - value shall be 0. What the pictures show may well be brighter on one side all over the scan, so
     /// that the mean of the frames says nothing about a plane.
     void addMean(int channel, const FramePoint& point, double value, double weight);
@@ -38,6 +42,8 @@ class LightEquations {
     };
 
     void addPriors();
+    void couple(int channel, const LightCell& cell, const Surface::Row& weighted);
+    void tie(int channel, const LightCell& cell, double weight);
     Eigen::SparseMatrix<double> gainsMatrix() const;
 
     bool surfaces_;

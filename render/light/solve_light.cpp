@@ -21,7 +21,7 @@ constexpr double evenGains = 0.005;
 constexpr double cellShare = 0.25;
 constexpr double meanShare = 0.002;
 constexpr std::int32_t fieldStep = 8;  // pixels; light changes slowly
-constexpr int rounds = 8;
+constexpr int rounds = 6;
 constexpr std::size_t mostCells = 100000;  // more cost time and tell nothing new
 
 float medianOf(std::vector<float> values) {
@@ -63,7 +63,12 @@ class Solver {
     Solver(const LightEvidence& evidence, bool field, bool gains)
         : evidence_(evidence), field_(field), gains_(gains) {
         if (field) means_ = meansOf(evidence);
-        stride_ = evidence.cells.size() / mostCells + 1;
+        const std::size_t stride = evidence.cells.size() / mostCells + 1;
+        for (std::size_t k = 0; k < evidence.cells.size(); k += stride) cells_.push_back(evidence.cells[k]);
+        differences_.resize(static_cast<Eigen::Index>(cells_.size()), Surface::terms);
+        for (std::size_t k = 0; k < cells_.size(); ++k)
+            differences_.row(static_cast<Eigen::Index>(k)) =
+                Surface::at(cells_[k].inFirst) - Surface::at(cells_[k].inSecond);
         equations_ = empty();
     }
 
@@ -71,7 +76,11 @@ class Solver {
         for (int round = 0; round < rounds; ++round) {
             const double scale = std::max(1.4826 * medianOf(steps()), 1e-3);
             std::unique_ptr<LightEquations> next = empty();
-            addCells(*next, scale);
+            for (int c = 0; c < evidence_.channels; ++c) {
+                const Eigen::ArrayXd relative = residuals(c).array() / (2 * scale);
+                next->addCells(c, cells_, differences_,
+                               cellShare / (scale * scale * (1 + relative.square())));
+            }
             if (field_) addMeans(*next);
             next->solve();
             equations_ = std::move(next);
@@ -80,15 +89,10 @@ class Solver {
 
     /// How far the cells are from 0, in the mean of the channels.
     std::vector<float> steps() const {
-        std::vector<float> values;
-        for (std::size_t k = 0; k < evidence_.cells.size(); k += stride_) {
-            const LightCell& cell = evidence_.cells[k];
-            const Surface::Vector difference = differenceOf(cell);
-            double sum = 0;
-            for (int c = 0; c < evidence_.channels; ++c) sum += std::abs(residual(cell, difference, c));
-            values.push_back(static_cast<float>(sum / evidence_.channels));
-        }
-        return values;
+        Eigen::VectorXd sum = Eigen::VectorXd::Zero(differences_.rows());
+        for (int c = 0; c < evidence_.channels; ++c) sum += residuals(c).cwiseAbs() / evidence_.channels;
+        const Eigen::VectorXf values = sum.cast<float>();
+        return {values.begin(), values.end()};
     }
 
     const LightEquations& solution() const { return *equations_; }
@@ -98,24 +102,13 @@ class Solver {
         return std::make_unique<LightEquations>(evidence_.channels, evidence_.grids.size(), field_, gains_);
     }
 
-    static Surface::Vector differenceOf(const LightCell& cell) {
-        return Surface::at(cell.inFirst) - Surface::at(cell.inSecond);
-    }
-
-    double residual(const LightCell& cell, const Surface::Vector& difference, int channel) const {
-        return cell.ratio[static_cast<std::size_t>(channel)] + equations_->gain(cell.first) -
-               equations_->gain(cell.second) - equations_->surface(channel).dot(difference);
-    }
-
-    void addCells(LightEquations& next, double scale) const {
-        for (std::size_t k = 0; k < evidence_.cells.size(); k += stride_) {
-            const LightCell& cell = evidence_.cells[k];
-            const Surface::Vector difference = differenceOf(cell);
-            for (int c = 0; c < evidence_.channels; ++c) {
-                const double relative = residual(cell, difference, c) / (2 * scale);
-                next.addCell(c, cell, difference, cellShare / (scale * scale * (1 + relative * relative)));
-            }
-        }
+    Eigen::VectorXd residuals(int channel) const {
+        Eigen::VectorXd values = differences_ * -equations_->surface(channel);
+        for (std::size_t k = 0; k < cells_.size(); ++k)
+            values[static_cast<Eigen::Index>(k)] += cells_[k].ratio[static_cast<std::size_t>(channel)] +
+                                                    equations_->gain(cells_[k].first) -
+                                                    equations_->gain(cells_[k].second);
+        return values;
     }
 
     void addMeans(LightEquations& next) const {
@@ -131,7 +124,8 @@ class Solver {
     bool field_;
     bool gains_;
     std::vector<Mean> means_;
-    std::size_t stride_ = 1;  // of the cells that are looked at
+    std::vector<LightCell> cells_;  // those that are looked at
+    LightEquations::Differences differences_;
     std::unique_ptr<LightEquations> equations_;
 };
 

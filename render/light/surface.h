@@ -15,6 +15,7 @@ class Surface {
     static constexpr int order = 6;
     static constexpr int terms = (order + 1) * (order + 2) / 2 - 1;
     using Vector = Eigen::Matrix<double, terms, 1>;
+    using Row = Eigen::Matrix<double, 1, terms>;
 
     static Vector at(const FramePoint& point);
 

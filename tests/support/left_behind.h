@@ -42,6 +42,8 @@ struct Usage {
     }
 };
 
+constexpr int rounds = memoryIsTheLibrarys ? 100 : 20;
+
 /// A hundred rounds leave no thread and no file, and at most 40 bytes each. What a thread has freed counts as used while it
 /// lies in that thread's cache, a few kilobytes more or less whenever one looks; a leak, though, grows in every stretch of a
 /// hundred, so the stretch that grew least tells.
@@ -52,7 +54,7 @@ void expectNothingLeftBehind(Round round) {
     Usage before = first;
     std::int64_t grown = INT64_MAX;
     for (int stretch = 0; stretch < 4 && grown > 4000; ++stretch) {
-        for (int i = 0; i < 100 && !::testing::Test::HasFailure(); ++i) round();
+        for (int i = 0; i < rounds && !::testing::Test::HasFailure(); ++i) round();
         const Usage after;
         grown = std::min(grown, after.heapBytes - before.heapBytes);
         before = after;
