@@ -2,7 +2,9 @@
 #include <opencv2/imgproc.hpp>
 
 #include "pictures/image_io.h"
+#include "pictures/kinds.h"
 #include "pictures/picture_bytes.h"
+#include "pictures/stored_file.h"
 #include "pictures/tiff_writer.h"
 #include "system/files.h"
 #include "system/out_of_memory.h"
@@ -27,6 +29,16 @@ int decodingFlags(Channels channels) {
             break;
     }
     return cv::IMREAD_ANYCOLOR | cv::IMREAD_ANYDEPTH;
+}
+
+/// Only kinds that the programs are for reach a decoder: that of DICOM ends the process when a file is damaged, and it is asked
+/// before those of JPEG 2000 and PAM.
+bool mayBeDecoded(const std::vector<std::uint8_t>& bytes) {
+    const std::string kind = kindOf(bytes);
+    if (!isReadableKind(kind)) return false;
+    const bool decodedLate =
+        kind.find("JPEG 2000") != std::string::npos || kind.find("PNM") != std::string::npos;
+    return !(decodedLate && hasSignOfDicom(bytes));
 }
 
 /// Encoded in memory, since the file writers of the codecs do not notice a full disk.
@@ -59,7 +71,7 @@ bool isOutputName(const fs::path& path) {
 }
 
 cv::Mat decodePicture(const std::vector<std::uint8_t>& bytes, Channels channels) {
-    if (bytes.empty() || breaksOff(bytes)) return {};
+    if (!mayBeDecoded(bytes) || breaksOff(bytes)) return {};
     try {
         const cv::Mat picture = cv::imdecode(bytes, decodingFlags(channels));
         return picture.channels() == 1 || picture.channels() == 3 ? picture : cv::Mat();

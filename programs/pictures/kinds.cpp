@@ -20,6 +20,11 @@ struct Sign {
 
 using namespace std::string_literals;
 
+const Sign& dicom() {
+    static const Sign sign{128, "DICM", "a DICOM file"};
+    return sign;
+}
+
 /// The longer signs of a beginning come first.
 const std::vector<Sign>& signs() {
     static const std::vector<Sign> all{
@@ -41,7 +46,7 @@ const std::vector<Sign>& signs() {
         {0, "8BPS", "a Photoshop file"},
         {0, "SIMPLE  =", "a FITS file"},
         {0, "#?RADIANCE", "a Radiance picture"},
-        {128, "DICM", "a DICOM file"},
+        dicom(),
         {0, "ZISRAWFILE", "a Zeiss CZI file"},
         {0, "\xDA\xCE\xBE\x0A", "a Nikon ND2 file"},
         {0, "\x70\0\0\0"s, "a Leica LIF file"},
@@ -81,6 +86,10 @@ bool isText(const Bytes& bytes) {
 }
 
 }  // namespace
+
+bool hasSignOfDicom(const Bytes& firstBytes) {
+    return carries(firstBytes, dicom());
+}
 
 std::string kindOf(const Bytes& firstBytes) {
     for (const Sign& sign : signs())

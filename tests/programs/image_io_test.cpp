@@ -57,6 +57,17 @@ TEST(DecodePicture, RefusesWhatBreaksOff) {
     EXPECT_TRUE(decodePicture({'n', 'o', 'n', 'e'}, Channels::asStored).empty());
 }
 
+TEST(DecodePicture, LeavesDamagedDicomAlone) {
+    std::vector<std::uint8_t> file(128, 9);
+    for (const char byte : std::string("DICMEN\0:", 8)) file.push_back(static_cast<std::uint8_t>(byte));
+    EXPECT_TRUE(decodePicture(file, Channels::asStored).empty());
+    const std::string disguises[] = {"P7\n", "P5 8 8 255\n", "\xFF\x4F\xFF\x51", "BM"};
+    for (const std::string& beginning : disguises) {
+        std::copy(beginning.begin(), beginning.end(), file.begin());
+        EXPECT_TRUE(decodePicture(file, Channels::asStored).empty()) << beginning;
+    }
+}
+
 TEST(DecodePicture, IsNotTakenInByThePreviewOfABrokenJpeg) {
     std::vector<std::uint8_t> file = withPreview(fileOf(generatePicture({160, 120}, 1), "p.jpg"));
     ASSERT_FALSE(decodePicture(file, Channels::asStored).empty());
