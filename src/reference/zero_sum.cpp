@@ -57,7 +57,8 @@ std::vector<std::uint8_t> zeroSumImage(const Log& log, const std::uint8_t* grey,
     Image both = transposed(turned, halfCols, halfRows);
     for (std::int32_t r = 0; r < halfRows; ++r)
         for (std::int32_t c = 0; c < halfCols; ++c)
-            if (isEdge(r, c, halfRows, halfCols)) both[static_cast<std::size_t>(r * halfCols + c)] = 0;
+            if (isEdge(r, c, halfRows, halfCols))
+                both[static_cast<std::size_t>(std::int64_t{r} * halfCols + c)] = 0;
     return both;
 }
 
