@@ -61,7 +61,7 @@ TEST(DecodePicture, LeavesDamagedDicomAlone) {
     std::vector<std::uint8_t> file(128, 9);
     for (const char byte : std::string("DICMEN\0:", 8)) file.push_back(static_cast<std::uint8_t>(byte));
     EXPECT_TRUE(decodePicture(file, Channels::asStored).empty());
-    const std::string disguises[] = {"P7\n", "P5 8 8 255\n", "\xFF\x4F\xFF\x51", "BM"};
+    const std::string disguises[] = {"P7\n", "P5 80 80 255\n", "\xFF\x4F\xFF\x51", "BM"};
     for (const std::string& beginning : disguises) {
         std::copy(beginning.begin(), beginning.end(), file.begin());
         EXPECT_TRUE(decodePicture(file, Channels::asStored).empty()) << beginning;
