@@ -39,12 +39,36 @@ bool jpegBreaksOff(const Bytes& bytes) {
     return !holds(bytes, at, {0xFF, 0xD9});
 }
 
+/// The number at this place of a PNM header, behind spaces and comments; 0 when there is none. Moves to its end.
+std::uint64_t headerNumber(const Bytes& bytes, std::size_t& at) {
+    constexpr std::uint64_t most = 1U << 30;
+    while (at < bytes.size() && (std::isspace(bytes[at]) != 0 || bytes[at] == '#'))
+        if (bytes[at++] == '#')
+            while (at < bytes.size() && bytes[at] != '\n') ++at;
+    std::uint64_t number = 0;
+    for (; at < bytes.size() && std::isdigit(bytes[at]) != 0; ++at)
+        number = std::min(most, 10 * number + (bytes[at] - std::uint64_t{'0'}));
+    return number;
+}
+
+/// Of grey and coloured PNM in bytes (P5, P6), which not every decoder notices. After the header comes one space.
+bool pnmBreaksOff(const Bytes& bytes) {
+    std::size_t at = 2;
+    const std::uint64_t width = headerNumber(bytes, at);
+    const std::uint64_t height = headerNumber(bytes, at);
+    const std::uint64_t white = headerNumber(bytes, at);
+    const std::uint64_t pixelBytes = (bytes[1] == '6' ? 3U : 1U) * (white > 255 ? 2U : 1U);
+    const std::uint64_t left = at < bytes.size() ? bytes.size() - at - 1 : 0;
+    return height > 0 && left / height < width * pixelBytes;
+}
+
 }  // namespace
 
 bool breaksOff(const Bytes& bytes) {
     if (bytes.size() >= 4 && startsWith(bytes, {0xFF, 0xD8})) return jpegBreaksOff(bytes);
     // The PNG decoder would notice, but says so on standard error.
     if (startsWith(bytes, {0x89, 'P', 'N', 'G'})) return !holds(bytes, 8, {'I', 'E', 'N', 'D'});
+    if (startsWith(bytes, {'P', '5'}) || startsWith(bytes, {'P', '6'})) return pnmBreaksOff(bytes);
     return false;
 }
 

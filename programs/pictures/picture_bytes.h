@@ -15,7 +15,7 @@ std::string extensionOf(const std::filesystem::path& path);
 
 bool isOneOf(const std::string& extension, std::initializer_list<const char*> names);
 
-/// True for a JPEG or PNG file whose end is missing.
+/// True for a JPEG, PNG or PNM file whose end is missing.
 bool breaksOff(const std::vector<std::uint8_t>& bytes);
 
 /// "640 x 480".

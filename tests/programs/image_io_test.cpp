@@ -57,6 +57,21 @@ TEST(DecodePicture, RefusesWhatBreaksOff) {
     EXPECT_TRUE(decodePicture({'n', 'o', 'n', 'e'}, Channels::asStored).empty());
 }
 
+TEST(DecodePicture, TakesPnmWithAllItsBytesOnly) {
+    for (const std::string& header :
+         {std::string("P5 4 3 255\n"), std::string("P5\n# by hand 9 9\n4 3\n255\n"),
+          std::string("P6 2 2 255\n"), std::string("P5 3 2 65535\n")}) {
+        std::vector<std::uint8_t> file(header.begin(), header.end());
+        file.insert(file.end(), 12, 77);
+        const cv::Mat read = decodePicture(file, Channels::asStored);
+        EXPECT_EQ(read.total() * read.elemSize(), 12U) << header;
+        file.pop_back();
+        EXPECT_TRUE(decodePicture(file, Channels::asStored).empty()) << header;
+    }
+    const std::string huge = "P5 4000000000 4000000000 255\nab";
+    EXPECT_TRUE(decodePicture({huge.begin(), huge.end()}, Channels::asStored).empty());
+}
+
 TEST(DecodePicture, LeavesDamagedDicomAlone) {
     std::vector<std::uint8_t> file(128, 9);
     for (const char byte : std::string("DICMEN\0:", 8)) file.push_back(static_cast<std::uint8_t>(byte));
