@@ -48,6 +48,35 @@ TEST_P(EveryScan, ComesBackWithinThreeTenthsOfAPixel) {
     EXPECT_EQ(scan.readings, scan.places.size());  // once each
 }
 
+/// The share of grey samples of 16 bits that are back within so many levels of 8 bits.
+double shareWithin(MemoryScan& scan, const ScanSolution& solution, double levels) {
+    constexpr double level = 257;
+    std::size_t within = 0;
+    std::size_t all = 0;
+    for (std::size_t k = 0; k < scan.places.size(); ++k) {
+        const cv::Mat samples = scan.read(k);
+        const cv::Mat truth = scan.picture(cv::Rect(scan.places[k], scan.size));
+        // Where the factors are kept, so that nothing has to be put between them.
+        for (int row = 0; row < samples.rows; row += solution.light.step)
+            for (int col = 0; col < samples.cols; col += solution.light.step) {
+                const float factor =
+                    solution.light.factors.at<float>(row / solution.light.step, col / solution.light.step);
+                const double value = samples.at<std::uint16_t>(row, col) * factor * solution.gains[k];
+                within += std::abs(value - truth.at<std::uint16_t>(row, col)) <= levels * level;
+                ++all;
+            }
+    }
+    return static_cast<double>(within) / static_cast<double>(all);
+}
+
+TEST(Solution, BringsSixteenBitsBackWithinALevelOfEight) {
+    MemoryScan scan({320, 240}, {230, 170}, {1800, 1300}, CV_16UC1, 28);
+    scan.vignetting = 0.4;
+    const ScanSolution solution = solveScan(scan.knownFrames(2), settingsFor(scan), scan, {});
+    ASSERT_FALSE(solution.light.isEven());
+    EXPECT_EQ(shareWithin(scan, solution, 1), 1);
+}
+
 INSTANTIATE_TEST_SUITE_P(Types, EveryScan, ::testing::Values(CV_8UC1, CV_8UC3, CV_16UC1, CV_16UC3));
 
 TEST(Solution, IsTheSameEveryTime) {
