@@ -15,7 +15,7 @@ class FrameReader {
     /// read, which the reader tells its owner. From any thread, several at a time. Throws std::bad_alloc.
     virtual cv::Mat read(std::size_t frame) = 0;
 
-    /// The samples in 8 bits and grey, as the live run has compared them. From any thread.
+    /// The samples in 8 bits and grey, as the live run has compared them, without gaps between the rows. From any thread.
     virtual cv::Mat grey(std::size_t frame, const cv::Mat& samples) const = 0;
 };
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <map>
+#include <optional>
 
 #include "light/solve_light.h"
 #include "positions/join_groups.h"
@@ -67,9 +68,10 @@ void settlePositions(const std::vector<ScanFrame>& frames, std::size_t compared,
 }
 
 void settleLight(LightEvidence& evidence, const SolveSettings& settings, ScanSolution& solution) {
-    const double before = solveLight(evidence, false, false).seamsBefore;
+    std::optional<double> untouched;
     FlatField given;
     if (settings.flatField == FlatFieldChoice::given) {
+        untouched = solveLight(evidence, false, false).seamsBefore;
         given = fieldFrom(settings.givenField, settings.frameSize, evidence.channels);
         takeOut(given, evidence);
     }
@@ -78,7 +80,7 @@ void settleLight(LightEvidence& evidence, const SolveSettings& settings, ScanSol
     solution.gains = std::move(light.gains);
     solution.light = settings.flatField == FlatFieldChoice::given ? std::move(given) : std::move(light.field);
     solution.lightRemark = light.remark;
-    solution.agreement.seamsBefore = before;
+    solution.agreement.seamsBefore = untouched.value_or(light.seamsBefore);
     solution.agreement.seamsAfter = light.seamsAfter;
 }
 

@@ -181,7 +181,10 @@ LightSolution solveLight(const LightEvidence& evidence, bool wantField, bool wan
         result.field = fieldOf(solver.solution(), evidence);
         if (result.field.isEven()) result.remark = "the light is even within 1 %: none was taken out";
     }
-    result.seamsAfter = medianOf(solver.steps());
+    // What is too little to be applied changes no seam.
+    const bool changed = !result.field.isEven() || std::any_of(result.gains.begin(), result.gains.end(),
+                                                               [](float gain) { return gain != 1; });
+    result.seamsAfter = changed ? medianOf(solver.steps()) : result.seamsBefore;
     return result;
 }
 

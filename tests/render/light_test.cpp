@@ -79,6 +79,7 @@ TEST_P(LightOfEveryKind, EvenLightIsLeftAlone) {
     EXPECT_TRUE(light.field.isEven());
     EXPECT_EQ(light.remark, "the light is even within 1 %: none was taken out");
     for (const float gain : light.gains) EXPECT_EQ(gain, 1);
+    EXPECT_EQ(light.seamsAfter, light.seamsBefore);
 }
 
 INSTANTIATE_TEST_SUITE_P(Types, LightOfEveryKind, ::testing::Values(CV_8UC1, CV_8UC3, CV_16UC1, CV_16UC3));
